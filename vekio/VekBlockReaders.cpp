@@ -1,0 +1,186 @@
+#include "vekio/QMVekIO.h"
+
+#include "support/QMLogServer.h"
+#include "vekio/VekBlockWalk.h"
+
+// Every reader clears its outputs, opens the file (false when it cannot) and
+// checks the file header (false when it is wrong), then walks the blocks. A
+// file without the wanted block is no failure: the array stays empty.
+
+namespace {
+
+// Element counts per block count: a face carries four indices and four UVs.
+constexpr std::uint64_t kOnePerCount = 1;
+constexpr std::uint64_t kFourPerCount = 4;
+
+void logSkippedBlock(const Vek_Header& header) {
+    QMLogServer::printLine(QMString("  Vek Reading: Skipping Bloc tag=%d"), static_cast<int>(header.tag));
+}
+
+}  // namespace
+
+bool QMVekIO::readVertexBloc(const QMString& name, QMArray<QMVector3f>& points) {
+    points.clear();
+    VekBlockWalk walk(*this, name);
+    if (!walk.start()) return false;
+    Vek_Header header;
+    while (walk.next(header)) {
+        if (header.tag == kTagPoints) {
+            walk.readBody(header, points, kOnePerCount);
+            return true;
+        }
+        walk.skipBody(header);
+    }
+    return true;
+}
+
+bool QMVekIO::readFace4Bloc(const QMString& name, QMArray<int>& faces, bool& hasUV) {
+    faces.clear();
+    hasUV = false;
+    VekBlockWalk walk(*this, name);
+    if (!walk.start()) return false;
+    Vek_Header header;
+    while (walk.next(header)) {
+        if (header.tag == kTagFace4) {
+            QMLogServer::printLine(QMString("  Vek Reading [Face4] (%d fac)"), static_cast<int>(header.count));
+            walk.readBody(header, faces, kFourPerCount);
+            continue;
+        }
+        if (header.tag == kTagUV4) hasUV = true;
+        walk.skipBody(header);
+    }
+    return true;
+}
+
+bool QMVekIO::readUV4Bloc(const QMString& name, QMArray<QMVector2f>& uvs) {
+    uvs.clear();
+    VekBlockWalk walk(*this, name);
+    if (!walk.start()) return false;
+    Vek_Header header;
+    while (walk.next(header)) {
+        if (header.tag == kTagUV4) {
+            QMLogServer::printLine(QMString("  Vek Reading [UV4] (%d)"), static_cast<int>(header.count));
+            walk.readBody(header, uvs, kFourPerCount);
+            continue;
+        }
+        logSkippedBlock(header);
+        walk.skipBody(header);
+    }
+    return true;
+}
+
+bool QMVekIO::readMRGBBloc(const QMString& name, QMArray<std::uint32_t>& mrgb) {
+    mrgb.clear();
+    VekBlockWalk walk(*this, name);
+    if (!walk.start()) return false;
+    Vek_Header header;
+    while (walk.next(header)) {
+        if (header.tag == kTagMRGB) {
+            QMLogServer::printLine(QMString("  Vek Reading [MRGB] (%d)"), static_cast<int>(header.count));
+            walk.readBody(header, mrgb, kOnePerCount);
+            return true;
+        }
+        walk.skipBody(header);
+    }
+    return true;
+}
+
+bool QMVekIO::readMaskBloc(const QMString& name, QMArray<unsigned char>& mask) {
+    mask.clear();
+    VekBlockWalk walk(*this, name);
+    if (!walk.start()) return false;
+    Vek_Header header;
+    while (walk.next(header)) {
+        if (header.tag == kTagMask) {
+            QMLogServer::printLine(QMString("  Vek Reading [Mask] (%d)"), static_cast<int>(header.count));
+            walk.readBody(header, mask, kOnePerCount);
+            return true;
+        }
+        walk.skipBody(header);
+    }
+    return true;
+}
+
+bool QMVekIO::readVertexAndFace4Blocs(const QMString& name, QMArray<QMVector3f>& points, QMArray<int>& faces) {
+    points.clear();
+    faces.clear();
+    VekBlockWalk walk(*this, name);
+    if (!walk.start()) return false;
+    Vek_Header header;
+    while (walk.next(header)) {
+        if (header.tag == kTagPoints) {
+            QMLogServer::printLine(QMString("  Vek Reading [Points] (%d)"), static_cast<int>(header.count));
+            walk.readBody(header, points, kOnePerCount);
+            if (!faces.empty()) return true;
+        } else if (header.tag == kTagFace4) {
+            QMLogServer::printLine(QMString("  Vek Reading [Face4] (%d fac)"), static_cast<int>(header.count));
+            walk.readBody(header, faces, kFourPerCount);
+            if (!points.empty()) return true;
+        } else {
+            walk.skipBody(header);
+        }
+    }
+    return true;
+}
+
+namespace {
+
+// The Points, Face4 and UV4 blocks as the two richest readers take them.
+bool readMeshBlock(VekBlockWalk& walk, const Vek_Header& header, QMArray<QMVector3f>& points,
+                   QMArray<int>& faces, QMArray<QMVector2f>& uvs) {
+    switch (header.tag) {
+    case QMVekIO::kTagPoints:
+        QMLogServer::printLine(QMString("  Vek Reading [Points] (%d)"), static_cast<int>(header.count));
+        walk.readBody(header, points, kOnePerCount);
+        return true;
+    case QMVekIO::kTagFace4:
+        QMLogServer::printLine(QMString("  Vek Reading [Face4] (%d fac)"), static_cast<int>(header.count));
+        walk.readBody(header, faces, kFourPerCount);
+        return true;
+    case QMVekIO::kTagUV4:
+        QMLogServer::printLine(QMString("  Vek Reading [UV4] (%d)"), static_cast<int>(header.count));
+        walk.readBody(header, uvs, kFourPerCount);
+        return true;
+    default:
+        return false;
+    }
+}
+
+}  // namespace
+
+bool QMVekIO::readVtxFace4AndUV4Blocs(const QMString& name, QMArray<QMVector3f>& points, QMArray<int>& faces,
+                                      QMArray<QMVector2f>& uvs) {
+    points.clear();
+    faces.clear();
+    uvs.clear();
+    VekBlockWalk walk(*this, name);
+    if (!walk.start()) return false;
+    Vek_Header header;
+    while (walk.next(header)) {
+        if (readMeshBlock(walk, header, points, faces, uvs)) continue;
+        logSkippedBlock(header);
+        walk.skipBody(header);
+    }
+    return true;
+}
+
+bool QMVekIO::readVtxFace4UV4AndMRGBBlocs(const QMString& name, QMArray<QMVector3f>& points,
+                                          QMArray<int>& faces, QMArray<QMVector2f>& uvs,
+                                          QMArray<std::uint32_t>& mrgb) {
+    points.clear();
+    faces.clear();
+    mrgb.clear();
+    VekBlockWalk walk(*this, name);
+    if (!walk.start()) return false;
+    Vek_Header header;
+    while (walk.next(header)) {
+        if (readMeshBlock(walk, header, points, faces, uvs)) continue;
+        if (header.tag == kTagMRGB) {
+            QMLogServer::printLine(QMString("  Vek Reading [MRGB]"));
+            walk.readBody(header, mrgb, kOnePerCount);
+            continue;
+        }
+        walk.skipBody(header);
+    }
+    return true;
+}

@@ -1,0 +1,48 @@
+#include "vekio/VekBlockWalk.h"
+
+#include "support/QMDiskServer.h"
+
+#include <limits>
+#include <new>
+#include <sys/stat.h>
+#include <sys/types.h>
+
+VekBlockWalk::VekBlockWalk(QMVekIO& io, const QMString& name)
+    : m_io(io), m_file(QMDiskServer::fileOpen(name, "rb")) {
+    struct stat info;
+    if (opened() && fstat(fileno(m_file), &info) == 0 && info.st_size > 0)
+        m_fileSize = static_cast<std::uint64_t>(info.st_size);
+}
+
+VekBlockWalk::~VekBlockWalk() {
+    if (opened()) std::fclose(m_file);
+}
+
+bool VekBlockWalk::opened() const { return m_file != QMDiskServer::s_invalidFile; }
+
+bool VekBlockWalk::start() { return opened() && m_io.readFileHeader(m_file); }
+
+bool VekBlockWalk::next(Vek_Header& header) {
+    if (!m_io.readBlockHeader(m_file, header)) return false;
+    if (header.tag == QMVekIO::kTagEnd) return false;
+    return header.size >= 16;
+}
+
+void VekBlockWalk::skipBody(const Vek_Header& header) { m_io.skipBlock(m_file, header); }
+
+std::uint64_t VekBlockWalk::allowedElements(std::uint64_t wanted, std::uint64_t elementSize,
+                                            std::uint64_t bodyBytes) {
+    const off_t position = ftello(m_file);
+    const std::uint64_t left =
+        position >= 0 && m_fileSize > std::uint64_t(position) ? m_fileSize - std::uint64_t(position) : 0;
+    const std::uint64_t present = std::min(bodyBytes, left);
+    if (wanted * elementSize > present + QMVekIO::kBodyAllowance) wanted = present / elementSize;
+    if (wanted > std::numeric_limits<std::size_t>::max() / elementSize) throw std::bad_alloc();
+    return wanted;
+}
+
+void VekBlockWalk::readInto(void* storage, std::uint64_t readBytes, std::uint64_t bodyBytes) {
+    const off_t bodyStart = ftello(m_file);
+    if (readBytes) std::fread(storage, 1, static_cast<std::size_t>(readBytes), m_file);
+    if (readBytes != bodyBytes) fseeko(m_file, bodyStart + static_cast<off_t>(bodyBytes), SEEK_SET);
+}
