@@ -1,0 +1,161 @@
+#include "export/QMSTLExport.h"
+
+#include "export/STLFacetNormal.h"
+#include "support/NumberText.h"
+#include "support/QMDiskServer.h"
+
+#include <cstring>
+#include <sys/types.h>
+
+namespace {
+
+constexpr std::size_t kHeaderBytes = 80;
+constexpr std::size_t kRecordBytes = 50;
+// A facet is 12 numbers and 54 bytes of fixed text.
+constexpr std::size_t kMaxFacetText = 12 * (kMaxGeneral6Length + 1) + 64;
+
+const char kSolidStart[] = "solid object0 \n";
+const char kSolidEnd[] = "endsolid object0 \n";
+
+char* appendText(char* out, const char* text, std::size_t length) {
+    std::memcpy(out, text, length);
+    return out + length;
+}
+
+template <std::size_t N>
+char* appendLiteral(char* out, const char (&text)[N]) {
+    return appendText(out, text, N - 1);
+}
+
+// Three coordinates, each as "%g " of the float widened to double.
+char* appendCoordinates(char* out, const QMVector3f& v) {
+    out = appendGeneral6(out, v.x);
+    *out++ = ' ';
+    out = appendGeneral6(out, v.y);
+    *out++ = ' ';
+    out = appendGeneral6(out, v.z);
+    *out++ = ' ';
+    return out;
+}
+
+char* appendFloats(char* out, const QMVector3f& v) {
+    std::memcpy(out, &v.x, 4);
+    std::memcpy(out + 4, &v.y, 4);
+    std::memcpy(out + 8, &v.z, 4);
+    return out + 12;
+}
+
+}  // namespace
+
+// A new exporter holds the identity matrix (type 0) and does not use it.
+QMSTLExport::QMSTLExport() : m_file(QMDiskServer::s_invalidFile) {}
+
+QMSTLExport::~QMSTLExport() {
+    // An export left half way (by an exception) still releases its stream.
+    if (m_file != QMDiskServer::s_invalidFile) std::fclose(m_file);
+}
+
+bool QMSTLExport::startExportKMeshes(const QMString& path, bool binary) {
+    m_binary = binary;
+    m_file = QMDiskServer::fileOpen(path, binary ? "wb" : "w");
+    if (m_file == QMDiskServer::s_invalidFile) return false;
+    m_out.attach(m_file);
+    if (m_binary) {
+        char header[kHeaderBytes + 4];
+        std::memset(header, ' ', kHeaderBytes);
+        m_numTriangles = 0;
+        std::memset(header + kHeaderBytes, 0, 4);
+        m_out.append(header, sizeof header);
+    } else {
+        m_out.append(kSolidStart);
+    }
+    return true;
+}
+
+bool QMSTLExport::writeKMesh(QMArray<QMVector3f>& points, QMArray<int>& faces) {
+    if (m_file == QMDiskServer::s_invalidFile) return true;
+    return m_binary ? writeKMesh_BIN(points, faces) : writeKMesh_ASCII(points, faces);
+}
+
+bool QMSTLExport::endExportKMeshes() {
+    if (m_file == QMDiskServer::s_invalidFile) return true;
+    if (m_binary) {
+        m_out.flush();
+        fseeko(m_file, static_cast<off_t>(kHeaderBytes), SEEK_SET);
+        std::fwrite(&m_numTriangles, 1, 4, m_file);
+    } else {
+        m_out.append(kSolidEnd);
+        m_out.flush();
+    }
+    m_out.attach(nullptr);
+    std::fclose(m_file);
+    m_file = QMDiskServer::s_invalidFile;
+    return true;
+}
+
+QMVector3f QMSTLExport::placed(const QMVector3f& point) const {
+    return m_useMatrix ? m_matrix.multVec3f(point) : point;
+}
+
+// Calls write(p0, p1, p2) for every triangle of the mesh, in face order: the
+// first triangle of a face, then, for a quad, (p0, p2, p3).
+template <class WriteTriangle>
+void QMSTLExport::forEachTriangle(const QMArray<QMVector3f>& points, const QMArray<int>& faces,
+                                  WriteTriangle write) {
+    const std::size_t numFaces = faces.size() / 4;
+    const std::size_t numPoints = points.size();
+    auto inRange = [numPoints](int index) { return index >= 0 && std::size_t(index) < numPoints; };
+    for (std::size_t f = 0; f < numFaces; ++f) {
+        const int* face = &faces[4 * f];
+        const bool isQuad = face[3] != -1;
+        if (!inRange(face[0]) || !inRange(face[1]) || !inRange(face[2]) || (isQuad && !inRange(face[3])))
+            continue;
+        const QMVector3f p0 = placed(points[face[0]]);
+        const QMVector3f p1 = placed(points[face[1]]);
+        const QMVector3f p2 = placed(points[face[2]]);
+        write(p0, p1, p2);
+        if (isQuad) write(p0, p2, placed(points[face[3]]));
+    }
+}
+
+bool QMSTLExport::writeKMesh_BIN(QMArray<QMVector3f>& points, QMArray<int>& faces) {
+    forEachTriangle(points, faces, [this](const QMVector3f& p0, const QMVector3f& p1, const QMVector3f& p2) {
+        writeTriangleBIN(p0, p1, p2);
+    });
+    return true;
+}
+
+bool QMSTLExport::writeKMesh_ASCII(QMArray<QMVector3f>& points, QMArray<int>& faces) {
+    forEachTriangle(points, faces, [this](const QMVector3f& p0, const QMVector3f& p1, const QMVector3f& p2) {
+        writeTriangleASCII(p0, p1, p2);
+    });
+    return true;
+}
+
+void QMSTLExport::writeTriangleBIN(const QMVector3f& p0, const QMVector3f& p1, const QMVector3f& p2) {
+    const QMVector3f n = stlFacetNormal(p0, p1, p2);
+    char* out = m_out.reserve(kRecordBytes);
+    out = appendFloats(out, n);
+    out = appendFloats(out, p0);
+    out = appendFloats(out, p1);
+    out = appendFloats(out, p2);
+    *out++ = ' ';  // the attribute word is two spaces, 0x2020
+    *out++ = ' ';
+    m_out.commit(out);
+    ++m_numTriangles;
+}
+
+void QMSTLExport::writeTriangleASCII(const QMVector3f& p0, const QMVector3f& p1, const QMVector3f& p2) {
+    const QMVector3f n = stlFacetNormal(p0, p1, p2);
+    char* out = m_out.reserve(kMaxFacetText);
+    out = appendLiteral(out, "facet normal ");
+    out = appendCoordinates(out, n);
+    out = appendLiteral(out, "\nouter loop\nvertex ");
+    out = appendCoordinates(out, p0);
+    out = appendLiteral(out, "\nvertex ");
+    out = appendCoordinates(out, p1);
+    out = appendLiteral(out, "\nvertex ");
+    out = appendCoordinates(out, p2);
+    out = appendLiteral(out, "\nendloop\nendfacet\n");
+    m_out.commit(out);
+}

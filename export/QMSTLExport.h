@@ -1,0 +1,52 @@
+#pragma once
+
+#include "geometry/QMMatrix4f.h"
+#include "geometry/QMVector.h"
+#include "support/QMArray.h"
+#include "support/QMOutputBuffer.h"
+#include "support/QMString.h"
+
+#include <cstdint>
+#include <cstdio>
+
+// Writes one STL file, binary or ASCII, from any number of meshes handed over
+// one after another between startExportKMeshes and endExportKMeshes. Every
+// quad is cut into two triangles along its first-to-third-corner diagonal;
+// points go through m_matrix first when m_useMatrix is set.
+//
+// Faces come four indices each (a fourth index of -1 marks a triangle). A face
+// with an index outside the points it is given is skipped whole. When the file
+// could not be opened, nothing is written and the calls still succeed.
+class QMSTLExport {
+public:
+    QMSTLExport();
+    ~QMSTLExport();
+    QMSTLExport(const QMSTLExport&) = delete;
+    QMSTLExport& operator=(const QMSTLExport&) = delete;
+
+    // Opens the file and writes the start; false when it cannot be opened.
+    bool startExportKMeshes(const QMString& path, bool binary);
+    // Appends one mesh in the mode chosen at the start.
+    bool writeKMesh(QMArray<QMVector3f>& points, QMArray<int>& faces);
+    // Writes the end (the binary triangle count) and closes the file.
+    bool endExportKMeshes();
+
+    bool m_useMatrix = false;
+    QMMatrix4f m_matrix;
+    std::FILE* m_file;
+    std::uint32_t m_numTriangles = 0;
+    bool m_binary = true;
+
+private:
+    bool writeKMesh_BIN(QMArray<QMVector3f>& points, QMArray<int>& faces);
+    bool writeKMesh_ASCII(QMArray<QMVector3f>& points, QMArray<int>& faces);
+
+    template <class WriteTriangle>
+    void forEachTriangle(const QMArray<QMVector3f>& points, const QMArray<int>& faces, WriteTriangle write);
+
+    QMVector3f placed(const QMVector3f& point) const;
+    void writeTriangleBIN(const QMVector3f& p0, const QMVector3f& p1, const QMVector3f& p2);
+    void writeTriangleASCII(const QMVector3f& p0, const QMVector3f& p1, const QMVector3f& p2);
+
+    QMOutputBuffer m_out;
+};
