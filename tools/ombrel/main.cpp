@@ -1,0 +1,63 @@
+// ombrel: exports sculpt meshes saved as Vek files to STL, through the same
+// calls the sculpting host's script makes.
+#include "tools/ombrel/Commands.h"
+
+#include <cstdio>
+#include <cstring>
+#include <string>
+#include <vector>
+
+namespace {
+
+const char kUsage[] =
+    "Usage: ombrel COMMAND [OPTIONS] ...\n"
+    "\n"
+    "Commands:\n"
+    "  export -o OUT.stl [--ascii|--binary] [--height H] FILE.vek...\n"
+    "      Writes all Vek files as one STL file (binary by default), with the\n"
+    "      scene's minimum corner at the origin. With --height the scene is\n"
+    "      scaled so that its extent along Y is H; without it the scene keeps\n"
+    "      its own size.\n"
+    "  info FILE.vek...\n"
+    "      Lists the blocks of each file: tag, name, count, size, offset.\n"
+    "  demo [-o DIR] [--height H]\n"
+    "      Exports the built-in sample scene as binary and ASCII STL into DIR\n"
+    "      (default ./ombrel-demo), scaled to height H (default 100).\n"
+    "\n"
+    "Options:\n"
+    "  -h, --help     show this help and exit\n"
+    "  --version      show the version and exit\n"
+    "\n"
+    "Exit status: 0 on success, 1 when a file is missing, not a Vek file or not\n"
+    "writable, 2 on a usage error.\n";
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    std::vector<std::string> arguments(argv + 1, argv + argc);
+    if (arguments.empty()) {
+        std::fputs(kUsage, stderr);
+        return 2;
+    }
+    const std::string command = arguments.front();
+    arguments.erase(arguments.begin());
+    if (command == "-h" || command == "--help" || command == "help") {
+        std::fputs(kUsage, stdout);
+        return 0;
+    }
+    if (command == "--version") {
+        std::printf("ombrel %s\n", OMBREL_VERSION);
+        return 0;
+    }
+    for (const std::string& argument : arguments) {
+        if (argument == "-h" || argument == "--help") {
+            std::fputs(kUsage, stdout);
+            return 0;
+        }
+    }
+    if (command == "export") return runExportCommand(arguments);
+    if (command == "info") return runInfoCommand(arguments);
+    if (command == "demo") return runDemoCommand(arguments);
+    std::fprintf(stderr, "ombrel: unknown command '%s' (try ombrel --help)\n", command.c_str());
+    return 2;
+}
