@@ -3,7 +3,7 @@
 # Run as root on Debian 12; does nothing when everything is already there.
 set -euo pipefail
 
-packages=(cmake ninja-build g++ g++-multilib lib32stdc++-12-dev googletest pkg-config binutils)
+packages=(cmake ninja-build g++ g++-multilib lib32stdc++-12-dev googletest pkg-config binutils bsdutils)
 
 missing=()
 for package in "${packages[@]}"; do

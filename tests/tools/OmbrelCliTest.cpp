@@ -158,3 +158,21 @@ TEST_F(OmbrelCliTest, DemoWritesBinaryAndAsciiFiles) {
     EXPECT_NE(result.out.find("sample-binary.stl"), std::string::npos);
     EXPECT_NE(result.out.find("sample-ascii.stl"), std::string::npos);
 }
+
+TEST_F(OmbrelCliTest, NoProgressWhenStderrIsNotATerminal) {
+    const std::string input = triangleFile("t.vek", kOffsetTriangle);
+    CommandResult result = ombrel({"export", "-o", "out.stl", input});
+    ASSERT_EQ(result.exitStatus, 0);
+    EXPECT_EQ(result.err, "");
+}
+
+TEST_F(OmbrelCliTest, ProgressOnATerminalNamesEachFile) {
+    const std::string a = triangleFile("a.vek", kOffsetTriangle);
+    const std::string b = triangleFile("b.vek", kOffsetTriangle);
+    // script(1) runs the tool on a pseudo-terminal and copies what it shows.
+    const std::string command = std::string(OMBREL_TOOL_PATH) + " export -o " + dir.file("out.stl") + " " + a + " " + b;
+    CommandResult result = runCommand("/usr/bin/script", {"-qec", command, "/dev/null"});
+    ASSERT_EQ(result.exitStatus, 0) << result.err;
+    EXPECT_NE(result.out.find("file 1 of 2 (1 faces)"), std::string::npos) << result.out;
+    EXPECT_NE(result.out.find("file 2 of 2 (1 faces)"), std::string::npos) << result.out;
+}

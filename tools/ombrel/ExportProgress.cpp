@@ -3,6 +3,7 @@
 #include "support/QMLogServer.h"
 
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <unistd.h>
 
@@ -21,10 +22,12 @@ ExportProgress::~ExportProgress() {
 
 void ExportProgress::onLogLine(const char* line) {
     // Every file being written is read once more, faces included.
-    const char* faces = std::strstr(line, "Vek Reading [Face4] (");
+    static const char kFaceLine[] = "Vek Reading [Face4] (";
+    const char* faces = std::strstr(line, kFaceLine);
     if (!faces) return;
     ++m_filesStarted;
-    std::fprintf(stderr, "\r\033[Kombrel: %s: file %zu of %zu (%s)", m_what, m_filesStarted, m_fileCount,
-                 faces + std::strlen("Vek Reading [Face4] ("));
+    const long count = std::strtol(faces + sizeof kFaceLine - 1, nullptr, 10);
+    std::fprintf(stderr, "\r\033[Kombrel: %s: file %zu of %zu (%ld faces)", m_what, m_filesStarted, m_fileCount,
+                 count);
     std::fflush(stderr);
 }
