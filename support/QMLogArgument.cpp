@@ -38,11 +38,11 @@ bool isFlag(char c) { return c == '-' || c == '+' || c == ' ' || c == '#' || c =
 bool isDigit(char c) { return c >= '0' && c <= '9'; }
 bool isLengthModifier(char c) { return c == 'h' || c == 'l' || c == 'L' || c == 'q' || c == 'j' || c == 'z' || c == 't'; }
 
-// Formats one conversion; `spec` holds the flags, width and precision without
+// Formats one conversion; `modifiers` holds the flags, width and precision without
 // length modifier, for example "-8.3".
-void appendConversion(std::string& out, const std::string& spec, char conversion, const QMLogArgument& argument) {
+void appendConversion(std::string& out, const std::string& modifiers, char conversion, const QMLogArgument& argument) {
     char small[512];
-    std::string format = "%" + spec;
+    std::string format = "%" + modifiers;
     int written = 0;
     switch (conversion) {
     case 'd': case 'i':
@@ -108,12 +108,12 @@ std::string formatLogLine(const char* format, std::initializer_list<QMLogArgumen
             ++p;
             continue;
         }
-        std::string spec;
-        while (isFlag(*p)) spec += *p++;
-        while (isDigit(*p)) spec += *p++;
+        std::string modifiers;
+        while (isFlag(*p)) modifiers += *p++;
+        while (isDigit(*p)) modifiers += *p++;
         if (*p == '.') {
-            spec += *p++;
-            while (isDigit(*p)) spec += *p++;
+            modifiers += *p++;
+            while (isDigit(*p)) modifiers += *p++;
         }
         while (isLengthModifier(*p)) ++p;
         char conversion = *p;
@@ -124,7 +124,7 @@ std::string formatLogLine(const char* format, std::initializer_list<QMLogArgumen
             continue;
         }
         ++p;
-        appendConversion(out, spec, conversion, *next++);
+        appendConversion(out, modifiers, conversion, *next++);
     }
     return out;
 }

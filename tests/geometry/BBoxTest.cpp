@@ -77,7 +77,7 @@ TEST(BBox, AddPointInsideLeavesBoxUnchanged)
     EXPECT_BOX_BITS(box, 0.0f, 0.0f, 0.0f, 2.0f, 2.0f, 2.0f);
 }
 
-TEST(BBox, AddPointRaisesMaxOnlyWhenMinWasNotLowered)
+TEST(BBox, AddPointDoesNotRaiseMaxAfterLoweringMin)
 {
     // On an axis whose min exceeds its max, a value between them lowers the
     // min and does not go on to raise the max.
