@@ -100,16 +100,14 @@ QMVector3f QMSTLExport::placed(const QMVector3f& point) const {
 // Calls write(p0, p1, p2) for every triangle of the mesh, in face order: the
 // first triangle of a face, then, for a quad, (p0, p2, p3).
 template <class WriteTriangle>
-void QMSTLExport::forEachTriangle(const QMArray<QMVector3f>& points, const QMArray<int>& faces,
-                                  WriteTriangle write) {
+void QMSTLExport::forEachTriangle(const QMArray<QMVector3f>& points, const QMArray<int>& faces, WriteTriangle write) {
     const std::size_t numFaces = faces.size() / 4;
     const std::size_t numPoints = points.size();
     auto inRange = [numPoints](int index) { return index >= 0 && std::size_t(index) < numPoints; };
     for (std::size_t f = 0; f < numFaces; ++f) {
         const int* face = &faces[4 * f];
         const bool isQuad = face[3] != -1;
-        if (!inRange(face[0]) || !inRange(face[1]) || !inRange(face[2]) || (isQuad && !inRange(face[3])))
-            continue;
+        if (!inRange(face[0]) || !inRange(face[1]) || !inRange(face[2]) || (isQuad && !inRange(face[3]))) continue;
         const QMVector3f p0 = placed(points[face[0]]);
         const QMVector3f p1 = placed(points[face[1]]);
         const QMVector3f p2 = placed(points[face[2]]);

@@ -32,15 +32,11 @@ public:
 class OMBREL_API QMIndexedComparator {
 public:
     QMIndexedComparator(const QMVector3f* values, QMVector3fComp comparator)
-        : m_values(values), m_comparator(comparator)
-    {
-    }
+        : m_values(values), m_comparator(comparator) {}
 
-    bool operator()(int i, int j) const
-    {
+    bool operator()(int i, int j) const {
         const int c = m_comparator.compare(m_values[i], m_values[j]);
-        if (c != 0)
-            return c < 0;
+        if (c != 0) return c < 0;
         return i < j;
     }
 
@@ -51,10 +47,8 @@ private:
 
 // Resizes indices to values.size(), fills it with 0, 1, 2, ... and sorts it
 // with std::sort through QMIndexedComparator.
-OMBREL_API void indexedSort(QMArray<int>& indices, const QMArray<QMVector3f>& values,
-                            QMVector3fComp comparator);
+OMBREL_API void indexedSort(QMArray<int>& indices, const QMArray<QMVector3f>& values, QMVector3fComp comparator);
 
 // The same over count points starting at values (count <= 0 gives an empty
 // index list).
-OMBREL_API void indexedSort(QMArray<int>& indices, int count, const QMVector3f* values,
-                            QMVector3fComp comparator);
+OMBREL_API void indexedSort(QMArray<int>& indices, int count, const QMVector3f* values, QMVector3fComp comparator);

@@ -2,8 +2,7 @@
 
 #include "geometry/QMMatrix4f.h"
 
-void buildMatrix(QMMatrix4f& M, float height, const BBox& box)
-{
+void buildMatrix(QMMatrix4f& M, float height, const BBox& box) {
     const float dx = box.m_max.x - box.m_min.x;
     const float dy = box.m_max.y - box.m_min.y;
     const float dz = box.m_max.z - box.m_min.z;
@@ -14,7 +13,7 @@ void buildMatrix(QMMatrix4f& M, float height, const BBox& box)
     // against the double 1e-5, so an extent of exactly 1e-5f (slightly less)
     // still counts as flat.
     if ((double)dy > -1e-5 && (double)dy < 1e-5) {
-        M.setIdentity(); // type 0
+        M.setIdentity();  // type 0
         return;
     }
 
@@ -28,16 +27,14 @@ void buildMatrix(QMMatrix4f& M, float height, const BBox& box)
     M.multLeftByTranslate(t);
 }
 
-void buildMatrix(QMMatrix4f& M, float height, bool /*flag0*/, bool /*flag1*/, bool /*flag2*/,
-                 bool /*flag3*/, const BBox& box)
-{
+void buildMatrix(QMMatrix4f& M, float height, bool /*flag0*/, bool /*flag1*/, bool /*flag2*/, bool /*flag3*/,
+                 const BBox& box) {
     // The flip-and-switch flags are accepted for the interface only; they do
     // not change the placement.
     buildMatrix(M, height, box);
 }
 
-void buildMatrix(QMMatrix4f& M, float height, int code, const BBox& box)
-{
+void buildMatrix(QMMatrix4f& M, float height, int code, const BBox& box) {
     const bool flag0 = (code & 1) != 0;
     const bool flag1 = (code & 2) != 0;
     const bool flag2 = (code & 4) != 0;

@@ -22,7 +22,7 @@ public:
         TYPE_ROTATION = 2,
         TYPE_AFFINE = 4,  // last row (0, 0, 0, 1)
         TYPE_FRONT = 5,
-        TYPE_GENERAL = 6, // projective
+        TYPE_GENERAL = 6,  // projective
     };
 
     float m_data[16];
@@ -30,11 +30,8 @@ public:
 
     // The identity, type 0.
     constexpr QMMatrix4f()
-        : m_data{1.0f, 0.0f, 0.0f, 0.0f, 0.0f, 1.0f, 0.0f, 0.0f,
-                 0.0f, 0.0f, 1.0f, 0.0f, 0.0f, 0.0f, 0.0f, 1.0f},
-          m_type(TYPE_IDENTITY)
-    {
-    }
+        : m_data{1.0f, 0.0f, 0.0f, 0.0f, 0.0f, 1.0f, 0.0f, 0.0f, 0.0f, 0.0f, 1.0f, 0.0f, 0.0f, 0.0f, 0.0f, 1.0f},
+          m_type(TYPE_IDENTITY) {}
 
     // The identity, type 0.
     void setIdentity();
@@ -86,10 +83,8 @@ public:
 
 private:
     // Moves the type code to "affine" unless it already is a projective kind.
-    void markAffine()
-    {
-        if (m_type < TYPE_FRONT)
-            m_type = TYPE_AFFINE;
+    void markAffine() {
+        if (m_type < TYPE_FRONT) m_type = TYPE_AFFINE;
     }
 };
 

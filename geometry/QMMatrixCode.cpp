@@ -2,18 +2,15 @@
 
 // ------------------------------------------------------------------ construction
 
-void QMMatrixCode::setIdentity(float* m)
-{
-    for (int i = 0; i < 16; ++i)
-        m[i] = 0.0f;
+void QMMatrixCode::setIdentity(float* m) {
+    for (int i = 0; i < 16; ++i) m[i] = 0.0f;
     m[0] = 1.0f;
     m[5] = 1.0f;
     m[10] = 1.0f;
     m[15] = 1.0f;
 }
 
-void QMMatrixCode::setTranslate(float* m, const float t[3])
-{
+void QMMatrixCode::setTranslate(float* m, const float t[3]) {
     const float tx = t[0];
     const float ty = t[1];
     const float tz = t[2];
@@ -25,8 +22,7 @@ void QMMatrixCode::setTranslate(float* m, const float t[3])
 
 // ------------------------------------------------------- left and right products
 
-void QMMatrixCode::multLeftByTranslate(float* m, const float t[3])
-{
+void QMMatrixCode::multLeftByTranslate(float* m, const float t[3]) {
     const float tx = t[0];
     const float ty = t[1];
     const float tz = t[2];
@@ -35,8 +31,7 @@ void QMMatrixCode::multLeftByTranslate(float* m, const float t[3])
     m[14] += tz;
 }
 
-void QMMatrixCode::multRightByTranslate(float* m, const float t[3])
-{
+void QMMatrixCode::multRightByTranslate(float* m, const float t[3]) {
     const double tx = t[0];
     const double ty = t[1];
     const double tz = t[2];
@@ -47,12 +42,10 @@ void QMMatrixCode::multRightByTranslate(float* m, const float t[3])
         acc += (double)m[8 + r] * tz;
         column[r] = (float)acc;
     }
-    for (int r = 0; r < 3; ++r)
-        m[12 + r] += column[r];
+    for (int r = 0; r < 3; ++r) m[12 + r] += column[r];
 }
 
-void QMMatrixCode::multLeftByScale(float* m, const float s[3])
-{
+void QMMatrixCode::multLeftByScale(float* m, const float s[3]) {
     const float sr[3] = {s[0], s[1], s[2]};
     for (int r = 0; r < 3; ++r) {
         m[r] *= sr[r];
@@ -68,8 +61,7 @@ namespace {
 
 // m[r] x + m[4+r] y + m[8+r] z + m[12+r], each product in double, summed
 // left to right.
-inline double affineRow(const float* m, int r, double x, double y, double z)
-{
+inline double affineRow(const float* m, int r, double x, double y, double z) {
     double acc = (double)m[r] * x;
     acc += (double)m[4 + r] * y;
     acc += (double)m[8 + r] * z;
@@ -77,10 +69,9 @@ inline double affineRow(const float* m, int r, double x, double y, double z)
     return acc;
 }
 
-} // namespace
+}  // namespace
 
-void QMMatrixCode::multMatrixVec3f(float result[3], const float* m, const float v[3])
-{
+void QMMatrixCode::multMatrixVec3f(float result[3], const float* m, const float v[3]) {
     const double x = v[0];
     const double y = v[1];
     const double z = v[2];
@@ -99,8 +90,7 @@ void QMMatrixCode::multMatrixVec3f(float result[3], const float* m, const float 
     result[2] = (float)(az / w);
 }
 
-void QMMatrixCode::multMatrixVec4f(float result[4], const float* m, const float v[4])
-{
+void QMMatrixCode::multMatrixVec4f(float result[4], const float* m, const float v[4]) {
     const double x = v[0];
     const double y = v[1];
     const double z = v[2];
@@ -113,12 +103,10 @@ void QMMatrixCode::multMatrixVec4f(float result[4], const float* m, const float 
         acc += (double)m[12 + r] * w;
         out[r] = (float)acc;
     }
-    for (int r = 0; r < 4; ++r)
-        result[r] = out[r];
+    for (int r = 0; r < 4; ++r) result[r] = out[r];
 }
 
-void QMMatrixCode::multAffineMatrixVec3f(float result[3], const float* m, const float v[3])
-{
+void QMMatrixCode::multAffineMatrixVec3f(float result[3], const float* m, const float v[3]) {
     const double x = v[0];
     const double y = v[1];
     const double z = v[2];
@@ -130,8 +118,7 @@ void QMMatrixCode::multAffineMatrixVec3f(float result[3], const float* m, const 
     result[2] = rz;
 }
 
-void QMMatrixCode::multAffineMatrixVec3fAsDir(float result[3], const float* m, const float v[3])
-{
+void QMMatrixCode::multAffineMatrixVec3fAsDir(float result[3], const float* m, const float v[3]) {
     const double x = v[0];
     const double y = v[1];
     const double z = v[2];

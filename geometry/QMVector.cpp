@@ -14,8 +14,7 @@ namespace {
 // approximation of asin on [0, 0.5] with the half-angle reduction for
 // |x| >= 0.5; error below one unit in the last place. Inputs outside [-1, 1]
 // are clamped; a NaN gives a NaN.
-double portableAcos(double x)
-{
+double portableAcos(double x) {
     const double pi = 3.14159265358979311600e+00;
     const double pio2_hi = 1.57079632679489655800e+00;
     const double pio2_lo = 6.12323399573676603587e-17;
@@ -36,13 +35,10 @@ double portableAcos(double x)
         return p / q;
     };
 
-    if (x >= 1.0)
-        return 0.0;
-    if (x <= -1.0)
-        return pi;
+    if (x >= 1.0) return 0.0;
+    if (x <= -1.0) return pi;
     if (std::fabs(x) < 0.5) {
-        if (std::fabs(x) < 0x1p-57)
-            return pio2_hi + pio2_lo;
+        if (std::fabs(x) < 0x1p-57) return pio2_hi + pio2_lo;
         const double r = ratio(x * x);
         return pio2_hi - (x - (pio2_lo - x * r));
     }
@@ -61,7 +57,7 @@ double portableAcos(double x)
     return 2.0 * (df + w);
 }
 
-} // namespace
+}  // namespace
 
 const QMVector2f QMVector2f::m_zero(0.0f, 0.0f);
 
@@ -74,62 +70,49 @@ const QMVector3f QMVector3f::m_axis[3] = {
 
 // ---------------------------------------------------------------- QMVector2f
 
-QMVector2f& QMVector2f::normalize()
-{
+QMVector2f& QMVector2f::normalize() {
     const float len = std::sqrt(x * x + y * y);
-    if (len >= -1e-6f && len <= 1e-6f)
-        return *this;
+    if (len >= -1e-6f && len <= 1e-6f) return *this;
     x /= len;
     y /= len;
     return *this;
 }
 
-QMVector2f& QMVector2f::normalize(float length)
-{
+QMVector2f& QMVector2f::normalize(float length) {
     const float len = std::sqrt(x * x + y * y);
-    if (len >= -1e-6f && len <= 1e-6f)
-        return *this;
+    if (len >= -1e-6f && len <= 1e-6f) return *this;
     const float factor = length / len;
     x *= factor;
     y *= factor;
     return *this;
 }
 
-void QMVector2f::snapToIntegerValues(float eps)
-{
+void QMVector2f::snapToIntegerValues(float eps) {
     // Only the integer toward zero is a candidate: 2.9999 is not snapped to 3.
     // std::trunc keeps the sign, so -0.001 snaps to -0.0.
     const float tx = std::trunc(x);
     const float dx = x - tx;
-    if (dx > -eps && dx < eps)
-        x = tx;
+    if (dx > -eps && dx < eps) x = tx;
     const float ty = std::trunc(y);
     const float dy = y - ty;
-    if (dy > -eps && dy < eps)
-        y = ty;
+    if (dy > -eps && dy < eps) y = ty;
 }
 
 // ---------------------------------------------------------------- QMVector3f
 
-float QMVector3f::length() const
-{
-    return std::sqrt(x * x + y * y + z * z);
-}
+float QMVector3f::length() const { return std::sqrt(x * x + y * y + z * z); }
 
-float QMVector3f::normalize()
-{
+float QMVector3f::normalize() {
     const float len = std::sqrt(x * x + y * y + z * z);
     const double d = len;
-    if (d > -1e-24 && d < 1e-24)
-        return 1.0f;
+    if (d > -1e-24 && d < 1e-24) return 1.0f;
     x = (float)((double)x / d);
     y = (float)((double)y / d);
     z = (float)((double)z / d);
     return len;
 }
 
-void QMVector3f::cross(QMVector3f& result, const QMVector3f& a, const QMVector3f& b)
-{
+void QMVector3f::cross(QMVector3f& result, const QMVector3f& a, const QMVector3f& b) {
     const float rx = a.y * b.z - a.z * b.y;
     const float ry = a.z * b.x - a.x * b.z;
     const float rz = a.x * b.y - a.y * b.x;
@@ -138,35 +121,26 @@ void QMVector3f::cross(QMVector3f& result, const QMVector3f& a, const QMVector3f
     result.z = rz;
 }
 
-void QMVector3f::sub(QMVector3f& result, const QMVector3f& a, const QMVector3f& b)
-{
+void QMVector3f::sub(QMVector3f& result, const QMVector3f& a, const QMVector3f& b) {
     result.x = a.x - b.x;
     result.y = a.y - b.y;
     result.z = a.z - b.z;
 }
 
-int QMVector3f::compareEps(const QMVector3f& other, float eps) const
-{
+int QMVector3f::compareEps(const QMVector3f& other, float eps) const {
     float d = x - other.x;
-    if (d < -eps)
-        return -1;
-    if (d > eps)
-        return 1;
+    if (d < -eps) return -1;
+    if (d > eps) return 1;
     d = y - other.y;
-    if (d < -eps)
-        return -1;
-    if (d > eps)
-        return 1;
+    if (d < -eps) return -1;
+    if (d > eps) return 1;
     d = z - other.z;
-    if (d < -eps)
-        return -1;
-    if (d > eps)
-        return 1;
+    if (d < -eps) return -1;
+    if (d > eps) return 1;
     return 0;
 }
 
-bool QMVector3f::makeOrthogonalTo(const QMVector3f& n)
-{
+bool QMVector3f::makeOrthogonalTo(const QMVector3f& n) {
     const float d = dot(n);
     x = x - d * n.x;
     y = y - d * n.y;
@@ -174,8 +148,7 @@ bool QMVector3f::makeOrthogonalTo(const QMVector3f& n)
     return true;
 }
 
-void QMVector3f::findOrthogonalVector(QMVector3f& result) const
-{
+void QMVector3f::findOrthogonalVector(QMVector3f& result) const {
     const float ax = std::fabs(x);
     const float ay = std::fabs(y);
     const float az = std::fabs(z);
@@ -187,33 +160,26 @@ void QMVector3f::findOrthogonalVector(QMVector3f& result) const
     cross(result, m_axis[axis], *this);
 }
 
-double QMVector3f::angleD(const QMVector3f& other) const
-{
+double QMVector3f::angleD(const QMVector3f& other) const {
     // Each length is taken in float, as length() gives it; their product and
     // the cosine are formed in double.
     const double product = (double)length() * (double)other.length();
-    if (product == 0.0)
-        return 0.0;
+    if (product == 0.0) return 0.0;
     const double c = (double)dot(other) / product;
-    if (c <= -1.0)
-        return 3.141592653589793;
-    if (c >= 1.0)
-        return 0.0;
+    if (c <= -1.0) return 3.141592653589793;
+    if (c >= 1.0) return 0.0;
     return portableAcos(c);
 }
 
-void QMVector3f::indexedSort(QMArray<int>& indices, const QMArray<QMVector3f>& points, float eps)
-{
+void QMVector3f::indexedSort(QMArray<int>& indices, const QMArray<QMVector3f>& points, float eps) {
     ::indexedSort(indices, points, QMVector3fComp(eps));
 }
 
 // ---------------------------------------------------------------- QMVector4f
 
-QMVector4f& QMVector4f::normalize()
-{
+QMVector4f& QMVector4f::normalize() {
     const float len = std::sqrt(x * x + y * y + z * z + w * w);
-    if (len > -1e-24f && len < 1e-24f)
-        return *this;
+    if (len > -1e-24f && len < 1e-24f) return *this;
     const double d = len;
     x = (float)((double)x / d);
     y = (float)((double)y / d);

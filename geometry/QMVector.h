@@ -51,8 +51,7 @@ public:
     QMVector3f operator-() const { return QMVector3f(-x, -y, -z); }
     QMVector3f operator*(float f) const { return QMVector3f(x * f, y * f, z * f); }
     QMVector3f operator/(float f) const { return QMVector3f(x / f, y / f, z / f); }
-    QMVector3f& operator/=(float f)
-    {
+    QMVector3f& operator/=(float f) {
         x /= f;
         y /= f;
         z /= f;

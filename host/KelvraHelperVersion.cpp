@@ -16,9 +16,14 @@ void KelvraHelper::setVersion(double version) {
         return;
     }
     int v = static_cast<int>(scaled);
-    if (v <= 309) s_version = kVersionTooOld;
-    else if (v <= 311) s_version = kVersion31;
-    else if (v <= 314) s_version = kVersion312;
-    else if (v <= 324) s_version = kVersion32;
-    else s_version = kVersionLater;
+    if (v <= 309)
+        s_version = kVersionTooOld;
+    else if (v <= 311)
+        s_version = kVersion31;
+    else if (v <= 314)
+        s_version = kVersion312;
+    else if (v <= 324)
+        s_version = kVersion32;
+    else
+        s_version = kVersionLater;
 }

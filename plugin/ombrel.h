@@ -20,30 +20,40 @@ extern "C" {
 #define OMBREL_SCRIPT_API
 #endif
 
-#define OMBREL_SCRIPT_ARGUMENTS                                                        \
-    const char *text, double number, char *memBlock1, int size1, char *memBlock2, \
-        int size2, char **hostData
+#define OMBREL_SCRIPT_ARGUMENTS \
+    const char *text, double number, char *memBlock1, int size1, char *memBlock2, int size2, char **hostData
 
 /* Signature shared by every script-callable export. */
 typedef double (*OmbrelScriptFunction)(OMBREL_SCRIPT_ARGUMENTS);
 
 /* Start-up and export options. */
-OMBREL_SCRIPT_API double InitExporter(OMBREL_SCRIPT_ARGUMENTS);             /* number: host version; 1.0 on the first call */
-OMBREL_SCRIPT_API double DeclareFlipAndSwitch(OMBREL_SCRIPT_ARGUMENTS);     /* number: stored, unused */
-OMBREL_SCRIPT_API double DeclareBinaryOrASCII(OMBREL_SCRIPT_ARGUMENTS);     /* text: "BINARY" (any case) or anything else */
-OMBREL_SCRIPT_API double DeclareHeight(OMBREL_SCRIPT_ARGUMENTS);            /* number: height of the scene along Y */
-OMBREL_SCRIPT_API double DeclareExportVertexColors(OMBREL_SCRIPT_ARGUMENTS);/* text: "YES" (any case) or anything else */
+/* number: the host version; returns 1.0 on the first call, 0.0 afterwards. */
+OMBREL_SCRIPT_API double InitExporter(OMBREL_SCRIPT_ARGUMENTS);
+/* number: stored only; no export uses it. */
+OMBREL_SCRIPT_API double DeclareFlipAndSwitch(OMBREL_SCRIPT_ARGUMENTS);
+/* text: "BINARY" in any letter case selects binary STL, anything else ASCII. */
+OMBREL_SCRIPT_API double DeclareBinaryOrASCII(OMBREL_SCRIPT_ARGUMENTS);
+/* number: the height of the scene along Y. */
+OMBREL_SCRIPT_API double DeclareHeight(OMBREL_SCRIPT_ARGUMENTS);
+/* text: "YES" in any letter case turns vertex colours on, anything else off. */
+OMBREL_SCRIPT_API double DeclareExportVertexColors(OMBREL_SCRIPT_ARGUMENTS);
 
 /* The declared Vek files. */
-OMBREL_SCRIPT_API double StartDeclareVekFiles(OMBREL_SCRIPT_ARGUMENTS);         /* empties the list */
-OMBREL_SCRIPT_API double AddOneVekFile(OMBREL_SCRIPT_ARGUMENTS);                /* text: Vek file path */
-OMBREL_SCRIPT_API double SetTextureFileNameForLastVek(OMBREL_SCRIPT_ARGUMENTS); /* text: texture name */
+/* Empties the list. */
+OMBREL_SCRIPT_API double StartDeclareVekFiles(OMBREL_SCRIPT_ARGUMENTS);
+/* text: the path of one more Vek file. */
+OMBREL_SCRIPT_API double AddOneVekFile(OMBREL_SCRIPT_ARGUMENTS);
+/* text: the texture name of the last declared file. */
+OMBREL_SCRIPT_API double SetTextureFileNameForLastVek(OMBREL_SCRIPT_ARGUMENTS);
+/* Marks the last declared file invisible (it is exported all the same). */
 OMBREL_SCRIPT_API double DeclareLastVekInvisible(OMBREL_SCRIPT_ARGUMENTS);
 OMBREL_SCRIPT_API double EndDeclareVekFiles(OMBREL_SCRIPT_ARGUMENTS);
-OMBREL_SCRIPT_API double DeleteDeclaredVekFiles(OMBREL_SCRIPT_ARGUMENTS);       /* deletes the files, keeps the list */
+/* Deletes the declared files from disk; the list stays. */
+OMBREL_SCRIPT_API double DeleteDeclaredVekFiles(OMBREL_SCRIPT_ARGUMENTS);
 
 /* Exports of all declared files. */
-OMBREL_SCRIPT_API double ExportSTLAllDeclaredVek(OMBREL_SCRIPT_ARGUMENTS); /* text: output STL path */
+/* text: the output STL path. */
+OMBREL_SCRIPT_API double ExportSTLAllDeclaredVek(OMBREL_SCRIPT_ARGUMENTS);
 
 #ifdef __cplusplus
 }

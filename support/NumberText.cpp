@@ -13,6 +13,4 @@ char* appendFixed6(char* out, double value) {
     return std::to_chars(out, out + kMaxFixed6Length, value, std::chars_format::fixed, 6).ptr;
 }
 
-char* appendInteger(char* out, int value) {
-    return std::to_chars(out, out + kMaxIntegerLength, value).ptr;
-}
+char* appendInteger(char* out, int value) { return std::to_chars(out, out + kMaxIntegerLength, value).ptr; }

@@ -29,7 +29,7 @@ bool waitForChild(pid_t child, int& status) {
     }
 }
 
-} // namespace
+}  // namespace
 
 FILE* QMDiskServer::fileOpen(const QMString& path, const char* mode) {
     const char* validPath = path.getValidFilePath();
@@ -114,8 +114,8 @@ bool QMDiskServer::launchApplication(const QMString& path, const QMString& argum
     // program to run on its own, adopted by init, so no zombie remains.
     // The path travels as $0, never through the shell's parser.
     char* const argv[] = {const_cast<char*>("sh"), const_cast<char*>("-c"),
-                          const_cast<char*>("\"$0\" </dev/null >/dev/null 2>&1 &"),
-                          const_cast<char*>(validPath), nullptr};
+                          const_cast<char*>("\"$0\" </dev/null >/dev/null 2>&1 &"), const_cast<char*>(validPath),
+                          nullptr};
     if (posix_spawn(&child, "/bin/sh", nullptr, nullptr, argv, environ) != 0) return false;
     if (!waitForChild(child, status)) return false;
     return WIFEXITED(status) && WEXITSTATUS(status) == 0;

@@ -2,8 +2,7 @@
 
 #include <cstring>
 
-QMOutputBuffer::QMOutputBuffer(std::size_t capacity)
-    : m_data(new char[capacity]), m_capacity(capacity) {}
+QMOutputBuffer::QMOutputBuffer(std::size_t capacity) : m_data(new char[capacity]), m_capacity(capacity) {}
 
 void QMOutputBuffer::attach(std::FILE* file) {
     flush();

@@ -12,8 +12,8 @@
 class OMBREL_API QMString {
 public:
     // ---------------------------------------------------------- lifetime
-    QMString();                           // null
-    QMString(const char* text);           // copy of text; null gives null
+    QMString();                  // null
+    QMString(const char* text);  // copy of text; null gives null
     QMString(const QMString& other);
     QMString(QMString&& other) noexcept;  // takes the buffer, leaves other null
     ~QMString();
@@ -27,9 +27,9 @@ public:
 
     const char* c_str() const { return m_buffer; }  // possibly null
     bool empty() const { return !m_buffer || !m_buffer[0]; }
-    int length() const;                              // 0 for null
-    int getMemoryUsed() const;                       // the object plus its buffer
-    int getDynMemoryUsed() const;                    // length + 1, or 0 for null
+    int length() const;            // 0 for null
+    int getMemoryUsed() const;     // the object plus its buffer
+    int getDynMemoryUsed() const;  // length + 1, or 0 for null
 
     // -------------------------------------------------------- comparison
     // -1, 0 or 1. A null text equals a null or empty one and sorts before any
@@ -62,7 +62,8 @@ public:
     // Forward scan over positions 0 .. length - length(text) - 1 only, so a
     // match must end before that bound.
     int findFirst(const char* text, bool noCase = false) const;
-    // Mirror of findFirst: backward scan from the end down to position length(text), so a match must start there or later.
+    // Mirror of findFirst: backward scan from the end down to position length(text), so a match must start there or
+    // later.
     int findLast(const char* text, bool noCase = false) const;
     // findFirst's forward scan, begun at from + 1: the match starts after from and ends before findFirst's bound.
     int findNext(const char* text, int from, bool noCase = false) const;

@@ -8,7 +8,7 @@ namespace {
 
 const char* const s_separators = "/\\";
 
-} // namespace
+}  // namespace
 
 const char* QMString::getValidFilePath() const {
     if (!m_buffer) return nullptr;

@@ -79,21 +79,15 @@ int backwardTextScan(const char* text, const char* needle, int needleLength, int
     return -1;
 }
 
-int needleLengthOf(const char* needle) {
-    return needle ? static_cast<int>(std::strlen(needle)) : 0;
-}
+int needleLengthOf(const char* needle) { return needle ? static_cast<int>(std::strlen(needle)) : 0; }
 
-} // namespace
+}  // namespace
 
 // ------------------------------------------------------- character-set scans
 
-int QMString::findFirstCharOf(const char* set) const {
-    return scanForward(m_buffer, length(), 0, ByteSet(set), true);
-}
+int QMString::findFirstCharOf(const char* set) const { return scanForward(m_buffer, length(), 0, ByteSet(set), true); }
 
-int QMString::findLastCharOf(const char* set) const {
-    return scanBackward(m_buffer, length() - 1, ByteSet(set), true);
-}
+int QMString::findLastCharOf(const char* set) const { return scanBackward(m_buffer, length() - 1, ByteSet(set), true); }
 
 int QMString::findNextCharOf(const char* set, int from) const {
     const int ownLength = length();

@@ -126,23 +126,23 @@ bool QMVekIO::readVertexAndFace4Blocs(const QMString& name, QMArray<QMVector3f>&
 namespace {
 
 // The Points, Face4 and UV4 blocks as the two richest readers take them.
-bool readMeshBlock(VekBlockWalk& walk, const Vek_Header& header, QMArray<QMVector3f>& points,
-                   QMArray<int>& faces, QMArray<QMVector2f>& uvs) {
+bool readMeshBlock(VekBlockWalk& walk, const Vek_Header& header, QMArray<QMVector3f>& points, QMArray<int>& faces,
+                   QMArray<QMVector2f>& uvs) {
     switch (header.tag) {
-    case QMVekIO::kTagPoints:
-        QMLogServer::printLine(QMString("  Vek Reading [Points] (%d)"), static_cast<int>(header.count));
-        walk.readBody(header, points, kOnePerCount);
-        return true;
-    case QMVekIO::kTagFace4:
-        QMLogServer::printLine(QMString("  Vek Reading [Face4] (%d fac)"), static_cast<int>(header.count));
-        walk.readBody(header, faces, kFourPerCount);
-        return true;
-    case QMVekIO::kTagUV4:
-        QMLogServer::printLine(QMString("  Vek Reading [UV4] (%d)"), static_cast<int>(header.count));
-        walk.readBody(header, uvs, kFourPerCount);
-        return true;
-    default:
-        return false;
+        case QMVekIO::kTagPoints:
+            QMLogServer::printLine(QMString("  Vek Reading [Points] (%d)"), static_cast<int>(header.count));
+            walk.readBody(header, points, kOnePerCount);
+            return true;
+        case QMVekIO::kTagFace4:
+            QMLogServer::printLine(QMString("  Vek Reading [Face4] (%d fac)"), static_cast<int>(header.count));
+            walk.readBody(header, faces, kFourPerCount);
+            return true;
+        case QMVekIO::kTagUV4:
+            QMLogServer::printLine(QMString("  Vek Reading [UV4] (%d)"), static_cast<int>(header.count));
+            walk.readBody(header, uvs, kFourPerCount);
+            return true;
+        default:
+            return false;
     }
 }
 
@@ -164,9 +164,8 @@ bool QMVekIO::readVtxFace4AndUV4Blocs(const QMString& name, QMArray<QMVector3f>&
     return true;
 }
 
-bool QMVekIO::readVtxFace4UV4AndMRGBBlocs(const QMString& name, QMArray<QMVector3f>& points,
-                                          QMArray<int>& faces, QMArray<QMVector2f>& uvs,
-                                          QMArray<std::uint32_t>& mrgb) {
+bool QMVekIO::readVtxFace4UV4AndMRGBBlocs(const QMString& name, QMArray<QMVector3f>& points, QMArray<int>& faces,
+                                          QMArray<QMVector2f>& uvs, QMArray<std::uint32_t>& mrgb) {
     points.clear();
     faces.clear();
     mrgb.clear();

@@ -7,8 +7,7 @@
 #include <sys/stat.h>
 #include <sys/types.h>
 
-VekBlockWalk::VekBlockWalk(QMVekIO& io, const QMString& name)
-    : m_io(io), m_file(QMDiskServer::fileOpen(name, "rb")) {
+VekBlockWalk::VekBlockWalk(QMVekIO& io, const QMString& name) : m_io(io), m_file(QMDiskServer::fileOpen(name, "rb")) {
     struct stat info;
     if (opened() && fstat(fileno(m_file), &info) == 0 && info.st_size > 0)
         m_fileSize = static_cast<std::uint64_t>(info.st_size);
@@ -30,8 +29,7 @@ bool VekBlockWalk::next(Vek_Header& header) {
 
 void VekBlockWalk::skipBody(const Vek_Header& header) { m_io.skipBlock(m_file, header); }
 
-std::uint64_t VekBlockWalk::allowedElements(std::uint64_t wanted, std::uint64_t elementSize,
-                                            std::uint64_t bodyBytes) {
+std::uint64_t VekBlockWalk::allowedElements(std::uint64_t wanted, std::uint64_t elementSize, std::uint64_t bodyBytes) {
     const off_t position = ftello(m_file);
     const std::uint64_t left =
         position >= 0 && m_fileSize > std::uint64_t(position) ? m_fileSize - std::uint64_t(position) : 0;

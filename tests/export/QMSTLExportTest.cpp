@@ -120,16 +120,16 @@ TEST_F(STLExportTest, EmptyAsciiFileIsStartAndEnd) {
 }
 
 TEST_F(STLExportTest, AsciiNumbersUseShortestGeneralForm) {
-    const std::string text =
-        readFileText(exportMeshes(false, {{{{0.1f, 1234567.0f, 100.0f}, {0.1f, 1234567.0f, 100.0f}, {0.1f, 1234567.0f, 100.0f}},
-                                           {0, 1, 2, -1}}}));
+    const std::string text = readFileText(exportMeshes(
+        false,
+        {{{{0.1f, 1234567.0f, 100.0f}, {0.1f, 1234567.0f, 100.0f}, {0.1f, 1234567.0f, 100.0f}}, {0, 1, 2, -1}}}));
     EXPECT_NE(text.find("\nvertex 0.1 1.23457e+06 100 \n"), std::string::npos) << text;
     EXPECT_NE(text.find("facet normal 0 0 0 \n"), std::string::npos);
 }
 
 TEST_F(STLExportTest, AsciiSeveralMeshesMakeOneSolid) {
-    const std::string text = readFileText(exportMeshes(
-        false, {{{{0, 0, 0}, {1, 0, 0}, {0, 1, 0}}, {0, 1, 2, -1}}, {{{0, 0, 0}, {1, 0, 0}, {0, 1, 0}}, {0, 1, 2, -1}}}));
+    const std::string text = readFileText(exportMeshes(false, {{{{0, 0, 0}, {1, 0, 0}, {0, 1, 0}}, {0, 1, 2, -1}},
+                                                               {{{0, 0, 0}, {1, 0, 0}, {0, 1, 0}}, {0, 1, 2, -1}}}));
     EXPECT_EQ(text, std::string("solid object0 \n") + kFacetOfExample + kFacetOfExample + "endsolid object0 \n");
 }
 
@@ -139,7 +139,8 @@ TEST_F(STLExportTest, MatrixPlacesPointsBeforeTheNormal) {
     box.add(QMVector3f(0, 0, 0));
     box.add(QMVector3f(10, 20, 5));
     buildMatrix(matrix, 100.0f, box);
-    const std::string text = readFileText(exportMeshes(false, {{{{0, 0, 0}, {10, 0, 0}, {0, 20, 5}}, {0, 1, 2, -1}}}, &matrix));
+    const std::string text =
+        readFileText(exportMeshes(false, {{{{0, 0, 0}, {10, 0, 0}, {0, 20, 5}}, {0, 1, 2, -1}}}, &matrix));
     EXPECT_NE(text.find("vertex 0 0 0 \nvertex 50 0 0 \nvertex 0 100 25 \n"), std::string::npos) << text;
     EXPECT_NE(text.find("facet normal 0 -0.242536 0.970143 \n"), std::string::npos) << text;
 }

@@ -6,29 +6,24 @@
 
 namespace {
 
-void expectDataBits(const float (&expected)[16], const QMMatrix4f& m)
-{
-    for (int i = 0; i < 16; ++i)
-        EXPECT_FLOAT_BITS(expected[i], m.m_data[i]) << "element " << i;
+void expectDataBits(const float (&expected)[16], const QMMatrix4f& m) {
+    for (int i = 0; i < 16; ++i) EXPECT_FLOAT_BITS(expected[i], m.m_data[i]) << "element " << i;
 }
 
 // A matrix that is neither the identity nor affine, to show that
 // buildMatrix overwrites everything.
-QMMatrix4f scribbled()
-{
+QMMatrix4f scribbled() {
     QMMatrix4f m;
-    for (int i = 0; i < 16; ++i)
-        m.m_data[i] = (float)(i + 1) * 0.5f;
+    for (int i = 0; i < 16; ++i) m.m_data[i] = (float)(i + 1) * 0.5f;
     m.m_type = 6;
     return m;
 }
 
 const float kIdentity[16] = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};
 
-} // namespace
+}  // namespace
 
-TEST(Placement, ScalesYExtentToHeightAndMovesMinimumToOrigin)
-{
+TEST(Placement, ScalesYExtentToHeightAndMovesMinimumToOrigin) {
     const BBox box(QMVector3f(0.0f, 0.0f, 0.0f), QMVector3f(10.0f, 20.0f, 5.0f));
     QMMatrix4f m = scribbled();
     buildMatrix(m, 100.0f, box);
@@ -40,8 +35,7 @@ TEST(Placement, ScalesYExtentToHeightAndMovesMinimumToOrigin)
     EXPECT_VEC3_BITS(m.multVec3f(QMVector3f(10.0f, 20.0f, 5.0f)), 50.0f, 100.0f, 25.0f);
 }
 
-TEST(Placement, BoxOffOriginWithHeightOne)
-{
+TEST(Placement, BoxOffOriginWithHeightOne) {
     const BBox box(QMVector3f(-1.0f, 2.0f, -3.0f), QMVector3f(1.0f, 4.0f, 3.0f));
     QMMatrix4f m;
     buildMatrix(m, 1.0f, box);
@@ -52,8 +46,7 @@ TEST(Placement, BoxOffOriginWithHeightOne)
     EXPECT_VEC3_BITS(m * QMVector3f(1.0f, 4.0f, 3.0f), 1.0f, 1.0f, 3.0f);
 }
 
-TEST(Placement, FollowsTheDocumentedFloatSteps)
-{
+TEST(Placement, FollowsTheDocumentedFloatSteps) {
     // Uneven box: the translation is ((-c * s) + c) + (s * 0.5 * d - c), each
     // operation rounded to float in that order.
     const BBox box(QMVector3f(0.1f, 0.3f, -0.7f), QMVector3f(1.3f, 2.9f, 5.1f));
@@ -67,10 +60,22 @@ TEST(Placement, FollowsTheDocumentedFloatSteps)
     const QMVector3f c = box.getCenter();
     const float s = height / dy;
     const float h = s * 0.5f;
-    const float expected[16] = {s, 0, 0, 0, 0, s, 0, 0, 0, 0, s, 0,
+    const float expected[16] = {s,
+                                0,
+                                0,
+                                0,
+                                0,
+                                s,
+                                0,
+                                0,
+                                0,
+                                0,
+                                s,
+                                0,
                                 (-c.x * s + c.x) + (h * dx - c.x),
                                 (-c.y * s + c.y) + (h * dy - c.y),
-                                (-c.z * s + c.z) + (h * dz - c.z), 1};
+                                (-c.z * s + c.z) + (h * dz - c.z),
+                                1};
     expectDataBits(expected, m);
 
     // Close to s (p - min) at both corners.
@@ -82,16 +87,14 @@ TEST(Placement, FollowsTheDocumentedFloatSteps)
     EXPECT_NEAR(height, hi.y, 1e-5f);
 }
 
-TEST(Placement, UsesTheYExtentNotTheLargest)
-{
+TEST(Placement, UsesTheYExtentNotTheLargest) {
     const BBox box(QMVector3f(0.0f, 0.0f, 0.0f), QMVector3f(100.0f, 2.0f, 50.0f));
     QMMatrix4f m;
     buildMatrix(m, 10.0f, box);
     EXPECT_VEC3_BITS(m * box.m_max, 500.0f, 10.0f, 250.0f);
 }
 
-TEST(Placement, FlatBoxGivesIdentity)
-{
+TEST(Placement, FlatBoxGivesIdentity) {
     const BBox box(QMVector3f(0.0f, 0.0f, 0.0f), QMVector3f(10.0f, 0.000009f, 5.0f));
     for (float height : {100.0f, 1.0f, -3.0f, 0.0f}) {
         QMMatrix4f m = scribbled();
@@ -101,8 +104,7 @@ TEST(Placement, FlatBoxGivesIdentity)
     }
 }
 
-TEST(Placement, BoxJustTallerThanThresholdIsScaled)
-{
+TEST(Placement, BoxJustTallerThanThresholdIsScaled) {
     const BBox box(QMVector3f(0.0f, 0.0f, 0.0f), QMVector3f(1.0f, 0.00002f, 1.0f));
     QMMatrix4f m;
     buildMatrix(m, 1.0f, box);
@@ -111,8 +113,7 @@ TEST(Placement, BoxJustTallerThanThresholdIsScaled)
     EXPECT_FLOAT_EQ(1.0f, (m * box.m_max).y);
 }
 
-TEST(Placement, ThresholdIsComparedAsDouble)
-{
+TEST(Placement, ThresholdIsComparedAsDouble) {
     // 1e-5f is slightly below the double 1e-5, so a Y extent of exactly
     // 1e-5f still counts as flat, in either direction.
     QMMatrix4f m;
@@ -124,16 +125,14 @@ TEST(Placement, ThresholdIsComparedAsDouble)
     EXPECT_EQ(0, m.m_type);
 }
 
-TEST(Placement, EmptyBoxGivesIdentity)
-{
+TEST(Placement, EmptyBoxGivesIdentity) {
     QMMatrix4f m = scribbled();
     buildMatrix(m, 100.0f, BBox());
     expectDataBits(kIdentity, m);
     EXPECT_EQ(0, m.m_type);
 }
 
-TEST(Placement, NegativeHeightMirrors)
-{
+TEST(Placement, NegativeHeightMirrors) {
     const BBox box(QMVector3f(0.0f, 0.0f, 0.0f), QMVector3f(10.0f, 20.0f, 5.0f));
     QMMatrix4f m;
     buildMatrix(m, -100.0f, box);
@@ -144,8 +143,7 @@ TEST(Placement, NegativeHeightMirrors)
     EXPECT_VEC3_BITS(m * QMVector3f(0.0f, 0.0f, 0.0f), 0.0f, 0.0f, 0.0f);
 }
 
-TEST(Placement, ZeroHeightCollapsesSceneToOrigin)
-{
+TEST(Placement, ZeroHeightCollapsesSceneToOrigin) {
     const BBox box(QMVector3f(1.0f, 2.0f, 3.0f), QMVector3f(4.0f, 6.0f, 8.0f));
     QMMatrix4f m;
     buildMatrix(m, 0.0f, box);
@@ -154,8 +152,7 @@ TEST(Placement, ZeroHeightCollapsesSceneToOrigin)
     EXPECT_VEC3_BITS(m * QMVector3f(1.0f, 2.0f, 3.0f), 0.0f, 0.0f, 0.0f);
 }
 
-TEST(Placement, FlagFormIgnoresTheFlags)
-{
+TEST(Placement, FlagFormIgnoresTheFlags) {
     const BBox box(QMVector3f(0.1f, -2.0f, 3.0f), QMVector3f(4.0f, 5.3f, 6.0f));
     QMMatrix4f reference;
     buildMatrix(reference, 12.5f, box);
@@ -166,8 +163,7 @@ TEST(Placement, FlagFormIgnoresTheFlags)
     }
 }
 
-TEST(Placement, CodeFormGivesTheSameMatrixForEveryCode)
-{
+TEST(Placement, CodeFormGivesTheSameMatrixForEveryCode) {
     const BBox box(QMVector3f(0.1f, -2.0f, 3.0f), QMVector3f(4.0f, 5.3f, 6.0f));
     QMMatrix4f reference;
     buildMatrix(reference, 12.5f, box);
@@ -178,8 +174,7 @@ TEST(Placement, CodeFormGivesTheSameMatrixForEveryCode)
     }
 }
 
-TEST(Placement, CodeFormOnFlatBoxGivesIdentity)
-{
+TEST(Placement, CodeFormOnFlatBoxGivesIdentity) {
     const BBox box(QMVector3f(0.0f, 1.0f, 0.0f), QMVector3f(10.0f, 1.0f, 5.0f));
     for (int code = 0; code < 16; ++code) {
         QMMatrix4f m = scribbled();

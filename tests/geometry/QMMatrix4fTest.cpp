@@ -13,14 +13,11 @@ const float kOnePlus = 1.0f + std::ldexp(1.0f, -12);
 const float kOnePlusSquaredInFloat = 1.0f + std::ldexp(1.0f, -11);
 const float kTiny = std::ldexp(1.0f, -24);
 
-void expectDataBits(const float (&expected)[16], const QMMatrix4f& m)
-{
-    for (int i = 0; i < 16; ++i)
-        EXPECT_FLOAT_BITS(expected[i], m.m_data[i]) << "element " << i;
+void expectDataBits(const float (&expected)[16], const QMMatrix4f& m) {
+    for (int i = 0; i < 16; ++i) EXPECT_FLOAT_BITS(expected[i], m.m_data[i]) << "element " << i;
 }
 
-QMMatrix4f matrixOf(const float (&data)[16], int type)
-{
+QMMatrix4f matrixOf(const float (&data)[16], int type) {
     QMMatrix4f m;
     std::memcpy(m.m_data, data, sizeof data);
     m.m_type = type;
@@ -29,31 +26,27 @@ QMMatrix4f matrixOf(const float (&data)[16], int type)
 
 const float kIdentity[16] = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};
 
-} // namespace
+}  // namespace
 
-TEST(QMMatrix4f, LayoutIsSixteenFloatsThenTheType)
-{
+TEST(QMMatrix4f, LayoutIsSixteenFloatsThenTheType) {
     EXPECT_EQ(sizeof(QMMatrix4f), 68u);
     EXPECT_EQ(offsetof(QMMatrix4f, m_data), 0u);
     EXPECT_EQ(offsetof(QMMatrix4f, m_type), 64u);
 }
 
-TEST(QMMatrix4f, NewMatrixIsIdentityOfTypeZero)
-{
+TEST(QMMatrix4f, NewMatrixIsIdentityOfTypeZero) {
     const QMMatrix4f m;
     expectDataBits(kIdentity, m);
     EXPECT_EQ(0, m.m_type);
 }
 
-TEST(QMMatrix4f, StaticIdentityAndInversibleFlag)
-{
+TEST(QMMatrix4f, StaticIdentityAndInversibleFlag) {
     expectDataBits(kIdentity, QMMatrix4f::m_identity);
     EXPECT_EQ(0, QMMatrix4f::m_identity.m_type);
     EXPECT_EQ(0, QMMatrix4f::s_inversibleFlag);
 }
 
-TEST(QMMatrix4f, CopyCopiesDataAndType)
-{
+TEST(QMMatrix4f, CopyCopiesDataAndType) {
     const float data[16] = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16};
     const QMMatrix4f a = matrixOf(data, 6);
     QMMatrix4f b;
@@ -64,8 +57,7 @@ TEST(QMMatrix4f, CopyCopiesDataAndType)
     EXPECT_EQ(0, std::memcmp(&a, &c, sizeof a));
 }
 
-TEST(QMMatrix4f, SetIdentityResetsDataAndType)
-{
+TEST(QMMatrix4f, SetIdentityResetsDataAndType) {
     const float data[16] = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16};
     QMMatrix4f m = matrixOf(data, 6);
     m.setIdentity();
@@ -73,8 +65,7 @@ TEST(QMMatrix4f, SetIdentityResetsDataAndType)
     EXPECT_EQ(0, m.m_type);
 }
 
-TEST(QMMatrix4f, SetTranslationIsTypeOne)
-{
+TEST(QMMatrix4f, SetTranslationIsTypeOne) {
     QMMatrix4f m;
     m.m_type = 6;
     m.setTranslation(QMVector3f(1.0f, -2.0f, 3.5f));
@@ -83,8 +74,7 @@ TEST(QMMatrix4f, SetTranslationIsTypeOne)
     EXPECT_EQ(1, m.m_type);
 }
 
-TEST(QMMatrix4f, SetScaleIsDiagonalOfTypeFour)
-{
+TEST(QMMatrix4f, SetScaleIsDiagonalOfTypeFour) {
     QMMatrix4f m;
     m.m_type = 6;
     m.setScale(QMVector3f(2.0f, 3.0f, 4.0f));
@@ -93,16 +83,14 @@ TEST(QMMatrix4f, SetScaleIsDiagonalOfTypeFour)
     EXPECT_EQ(4, m.m_type);
 }
 
-TEST(QMMatrix4f, SetScaleWithNegativeFactorLeavesNegativeZerosInItsRow)
-{
+TEST(QMMatrix4f, SetScaleWithNegativeFactorLeavesNegativeZerosInItsRow) {
     QMMatrix4f m;
     m.setScale(QMVector3f(1.0f, -2.0f, 1.0f));
     const float expected[16] = {1, -0.0f, 0, 0, 0, -2, 0, 0, 0, -0.0f, 1, 0, 0, -0.0f, 0, 1};
     expectDataBits(expected, m);
 }
 
-TEST(QMMatrix4f, SetScaleAboutCentreKeepsCentreFixed)
-{
+TEST(QMMatrix4f, SetScaleAboutCentreKeepsCentreFixed) {
     QMMatrix4f m;
     m.setScale(QMVector3f(2.0f, 2.0f, 2.0f), QMVector3f(1.0f, 1.0f, 1.0f));
     const float expected[16] = {2, 0, 0, 0, 0, 2, 0, 0, 0, 0, 2, 0, -1, -1, -1, 1};
@@ -112,8 +100,7 @@ TEST(QMMatrix4f, SetScaleAboutCentreKeepsCentreFixed)
     EXPECT_VEC3_BITS(m * QMVector3f(2.0f, 1.0f, 0.0f), 3.0f, 1.0f, -1.0f);
 }
 
-TEST(QMMatrix4f, SetScaleAboutCentreTranslatesInThreeFloatSteps)
-{
+TEST(QMMatrix4f, SetScaleAboutCentreTranslatesInThreeFloatSteps) {
     // Translation = (-c * s) + c, each step rounded to float.
     const QMVector3f c(0.1f, 0.3f, 0.7f);
     const QMVector3f s(3.0f, 0.7f, 1.1f);
@@ -124,8 +111,7 @@ TEST(QMMatrix4f, SetScaleAboutCentreTranslatesInThreeFloatSteps)
     EXPECT_FLOAT_BITS(-c.z * s.z + c.z, m.m_data[14]);
 }
 
-TEST(QMMatrix4f, SetScaleAboutZeroCentreHasPositiveZeroTranslation)
-{
+TEST(QMMatrix4f, SetScaleAboutZeroCentreHasPositiveZeroTranslation) {
     // -0 from the negated centre, scaled, then +0 added: +0.
     QMMatrix4f m;
     m.setScale(QMVector3f(2.0f, 2.0f, 2.0f), QMVector3f(0.0f, 0.0f, 0.0f));
@@ -134,8 +120,7 @@ TEST(QMMatrix4f, SetScaleAboutZeroCentreHasPositiveZeroTranslation)
     EXPECT_FLOAT_BITS(0.0f, m.m_data[14]);
 }
 
-TEST(QMMatrix4f, MultLeftByTranslateAddsToTranslation)
-{
+TEST(QMMatrix4f, MultLeftByTranslateAddsToTranslation) {
     QMMatrix4f m;
     m.setScale(QMVector3f(2.0f, 3.0f, 4.0f));
     m.multLeftByTranslate(QMVector3f(1.0f, 2.0f, 3.0f));
@@ -144,8 +129,7 @@ TEST(QMMatrix4f, MultLeftByTranslateAddsToTranslation)
     EXPECT_VEC3_BITS(m * QMVector3f(1.0f, 1.0f, 1.0f), 3.0f, 5.0f, 7.0f);
 }
 
-TEST(QMMatrix4f, MultRightByTranslateTranslatesBeforeTheMatrix)
-{
+TEST(QMMatrix4f, MultRightByTranslateTranslatesBeforeTheMatrix) {
     QMMatrix4f m;
     m.setScale(QMVector3f(2.0f, 3.0f, 4.0f));
     m.multRightByTranslate(QMVector3f(1.0f, 2.0f, 3.0f));
@@ -154,8 +138,7 @@ TEST(QMMatrix4f, MultRightByTranslateTranslatesBeforeTheMatrix)
     EXPECT_EQ(4, m.m_type);
 }
 
-TEST(QMMatrix4f, MultRightByTranslateRoundsTheBlockProductBeforeAdding)
-{
+TEST(QMMatrix4f, MultRightByTranslateRoundsTheBlockProductBeforeAdding) {
     QMMatrix4f m;
     m.m_data[0] = kOnePlus;
     m.m_data[12] = -kOnePlusSquaredInFloat;
@@ -163,8 +146,7 @@ TEST(QMMatrix4f, MultRightByTranslateRoundsTheBlockProductBeforeAdding)
     EXPECT_FLOAT_BITS(0.0f, m.m_data[12]);
 }
 
-TEST(QMMatrix4f, MultLeftByScaleScalesTheTranslationToo)
-{
+TEST(QMMatrix4f, MultLeftByScaleScalesTheTranslationToo) {
     QMMatrix4f m;
     m.setTranslation(QMVector3f(1.0f, 2.0f, 3.0f));
     m.multLeftByScale(QMVector3f(2.0f, -1.0f, 0.5f));
@@ -173,8 +155,7 @@ TEST(QMMatrix4f, MultLeftByScaleScalesTheTranslationToo)
     EXPECT_EQ(4, m.m_type);
 }
 
-TEST(QMMatrix4f, AffineModifiersSetTypeFourFromLowerTypes)
-{
+TEST(QMMatrix4f, AffineModifiersSetTypeFourFromLowerTypes) {
     for (int type : {0, 1, 2, 3, 4}) {
         QMMatrix4f a;
         a.m_type = type;
@@ -191,8 +172,7 @@ TEST(QMMatrix4f, AffineModifiersSetTypeFourFromLowerTypes)
     }
 }
 
-TEST(QMMatrix4f, AffineModifiersKeepProjectiveTypes)
-{
+TEST(QMMatrix4f, AffineModifiersKeepProjectiveTypes) {
     for (int type : {5, 6}) {
         QMMatrix4f a;
         a.m_type = type;
@@ -209,8 +189,7 @@ TEST(QMMatrix4f, AffineModifiersKeepProjectiveTypes)
     }
 }
 
-TEST(QMMatrix4f, MultVec3fOfAffineMatrixMatchesOperator)
-{
+TEST(QMMatrix4f, MultVec3fOfAffineMatrixMatchesOperator) {
     const float data[16] = {0.5f, 1, 0, 0, 0, 2, 0.25f, 0, 3, 0, 1, 0, 1, -1, 2, 1};
     const QMMatrix4f m = matrixOf(data, 4);
     const QMVector3f p(1.0f, 2.0f, -1.0f);
@@ -221,25 +200,22 @@ TEST(QMMatrix4f, MultVec3fOfAffineMatrixMatchesOperator)
     EXPECT_VEC3_BITS(b, -1.5f, 4.0f, 1.5f);
 }
 
-TEST(QMMatrix4f, MultVec3fDividesByW)
-{
+TEST(QMMatrix4f, MultVec3fDividesByW) {
     QMMatrix4f m;
     m.m_data[15] = 4.0f;
-    m.m_type = 4; // multVec3f ignores the type
+    m.m_type = 4;  // multVec3f ignores the type
     EXPECT_VEC3_BITS(m.multVec3f(QMVector3f(2.0f, 4.0f, 6.0f)), 0.5f, 1.0f, 1.5f);
 }
 
-TEST(QMMatrix4f, MultVec3fWithZeroWIsOrigin)
-{
+TEST(QMMatrix4f, MultVec3fWithZeroWIsOrigin) {
     QMMatrix4f m;
-    m.m_data[7] = 1.0f; // w = y + 1
+    m.m_data[7] = 1.0f;  // w = y + 1
     m.m_data[15] = 1.0f;
     m.updateMatrixType();
     EXPECT_VEC3_BITS(m.multVec3f(QMVector3f(3.0f, -1.0f, 2.0f)), 0.0f, 0.0f, 0.0f);
 }
 
-TEST(QMMatrix4f, MultVec3fNegativeWGivesNegativeZero)
-{
+TEST(QMMatrix4f, MultVec3fNegativeWGivesNegativeZero) {
     QMMatrix4f m;
     m.m_data[15] = -1.0f;
     m.updateMatrixType();
@@ -247,8 +223,7 @@ TEST(QMMatrix4f, MultVec3fNegativeWGivesNegativeZero)
     EXPECT_VEC3_BITS(m * QMVector3f(0.0f, 0.0f, 0.0f), -0.0f, -0.0f, -0.0f);
 }
 
-TEST(QMMatrix4f, OperatorUsesAffineProductUpToTypeFour)
-{
+TEST(QMMatrix4f, OperatorUsesAffineProductUpToTypeFour) {
     QMMatrix4f m;
     m.m_data[15] = 2.0f;
     for (int type : {0, 1, 2, 3, 4}) {
@@ -258,8 +233,7 @@ TEST(QMMatrix4f, OperatorUsesAffineProductUpToTypeFour)
     }
 }
 
-TEST(QMMatrix4f, OperatorUsesProjectiveProductAboveTypeFour)
-{
+TEST(QMMatrix4f, OperatorUsesProjectiveProductAboveTypeFour) {
     QMMatrix4f m;
     m.m_data[15] = 2.0f;
     for (int type : {5, 6}) {
@@ -269,8 +243,7 @@ TEST(QMMatrix4f, OperatorUsesProjectiveProductAboveTypeFour)
     }
 }
 
-TEST(QMMatrix4f, PointProductsSumInDouble)
-{
+TEST(QMMatrix4f, PointProductsSumInDouble) {
     QMMatrix4f m;
     m.m_data[0] = kOnePlus;
     m.m_data[12] = -kOnePlusSquaredInFloat;
@@ -280,15 +253,13 @@ TEST(QMMatrix4f, PointProductsSumInDouble)
     EXPECT_FLOAT_BITS(kTiny, m.multVec3f(p).x);
 }
 
-TEST(QMMatrix4f, IdentityProductTurnsNegativeZerosPositive)
-{
+TEST(QMMatrix4f, IdentityProductTurnsNegativeZerosPositive) {
     const QMMatrix4f m;
     EXPECT_VEC3_BITS(m * QMVector3f(-0.0f, -0.0f, -0.0f), 0.0f, 0.0f, 0.0f);
     EXPECT_VEC3_BITS(m.multVec3f(QMVector3f(-0.0f, -0.0f, -0.0f)), 0.0f, 0.0f, 0.0f);
 }
 
-TEST(QMMatrix4f, DirectionProductIgnoresTranslation)
-{
+TEST(QMMatrix4f, DirectionProductIgnoresTranslation) {
     QMMatrix4f m;
     m.setScale(QMVector3f(2.0f, 3.0f, 4.0f));
     m.multLeftByTranslate(QMVector3f(10.0f, 20.0f, 30.0f));
@@ -297,8 +268,7 @@ TEST(QMMatrix4f, DirectionProductIgnoresTranslation)
     EXPECT_VEC3_BITS(QMMatrix4f().multVec3fAsDir(QMVector3f(-0.0f, -1.0f, -0.0f)), -0.0f, -1.0f, -0.0f);
 }
 
-TEST(QMMatrix4f, FourComponentProduct)
-{
+TEST(QMMatrix4f, FourComponentProduct) {
     const float data[16] = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16};
     const QMMatrix4f m = matrixOf(data, 6);
     QMVector4f r;
@@ -309,8 +279,7 @@ TEST(QMMatrix4f, FourComponentProduct)
     EXPECT_FLOAT_BITS(24.0f, r.w);
 }
 
-TEST(QMMatrix4f, EqualsComparesTheSixteenFloatsOnly)
-{
+TEST(QMMatrix4f, EqualsComparesTheSixteenFloatsOnly) {
     QMMatrix4f a;
     QMMatrix4f b;
     b.m_type = 6;
@@ -320,24 +289,21 @@ TEST(QMMatrix4f, EqualsComparesTheSixteenFloatsOnly)
     EXPECT_FALSE(a.equals(b));
 }
 
-TEST(QMMatrix4f, EqualsTreatsSignedZerosAsEqual)
-{
+TEST(QMMatrix4f, EqualsTreatsSignedZerosAsEqual) {
     QMMatrix4f a;
     QMMatrix4f b;
     b.m_data[4] = -0.0f;
     EXPECT_TRUE(a.equals(b));
 }
 
-TEST(QMMatrix4f, EqualsIsFalseWithNaN)
-{
+TEST(QMMatrix4f, EqualsIsFalseWithNaN) {
     QMMatrix4f a;
     a.m_data[14] = std::numeric_limits<float>::quiet_NaN();
     const QMMatrix4f b = a;
     EXPECT_FALSE(a.equals(b));
 }
 
-TEST(QMMatrix4f, EqualsEpsAllowsDifferencesUpToEps)
-{
+TEST(QMMatrix4f, EqualsEpsAllowsDifferencesUpToEps) {
     QMMatrix4f a;
     QMMatrix4f b;
     b.m_data[0] = 1.25f;
@@ -348,16 +314,14 @@ TEST(QMMatrix4f, EqualsEpsAllowsDifferencesUpToEps)
     EXPECT_FALSE(a.equalsEps(b, 0.0f));
 }
 
-TEST(QMMatrix4f, UpdateMatrixTypeRecognisesAffine)
-{
+TEST(QMMatrix4f, UpdateMatrixTypeRecognisesAffine) {
     const float data[16] = {2, 3, 4, -0.0f, 5, 6, 7, 0, 8, 9, 10, 0, 11, 12, 13, 1};
     QMMatrix4f m = matrixOf(data, 0);
     m.updateMatrixType();
     EXPECT_EQ(4, m.m_type);
 }
 
-TEST(QMMatrix4f, UpdateMatrixTypeFindsProjectiveRow)
-{
+TEST(QMMatrix4f, UpdateMatrixTypeFindsProjectiveRow) {
     for (int i : {3, 7, 11}) {
         QMMatrix4f m;
         m.m_data[i] = 0.5f;
@@ -370,8 +334,7 @@ TEST(QMMatrix4f, UpdateMatrixTypeFindsProjectiveRow)
     EXPECT_EQ(6, m.m_type);
 }
 
-TEST(QMMatrix4f, UpdateMatrixTypeTreatsNaNAsProjective)
-{
+TEST(QMMatrix4f, UpdateMatrixTypeTreatsNaNAsProjective) {
     QMMatrix4f m;
     m.m_data[11] = std::numeric_limits<float>::quiet_NaN();
     m.updateMatrixType();
@@ -382,8 +345,7 @@ TEST(QMMatrix4f, UpdateMatrixTypeTreatsNaNAsProjective)
     EXPECT_EQ(6, n.m_type);
 }
 
-TEST(QMMatrix4f, IsAlwaysValid)
-{
+TEST(QMMatrix4f, IsAlwaysValid) {
     QMMatrix4f m;
     m.m_data[0] = std::numeric_limits<float>::quiet_NaN();
     EXPECT_TRUE(m.isValid());

@@ -12,37 +12,30 @@ const float kOnePlus = 1.0f + std::ldexp(1.0f, -12);
 const float kOnePlusSquaredInFloat = 1.0f + std::ldexp(1.0f, -11);
 const float kTiny = std::ldexp(1.0f, -24);
 
-void expectArrayBits(const float* expected, const float* actual, int n)
-{
-    for (int i = 0; i < n; ++i)
-        EXPECT_FLOAT_BITS(expected[i], actual[i]) << "element " << i;
+void expectArrayBits(const float* expected, const float* actual, int n) {
+    for (int i = 0; i < n; ++i) EXPECT_FLOAT_BITS(expected[i], actual[i]) << "element " << i;
 }
 
-} // namespace
+}  // namespace
 
-TEST(QMMatrixCode, SetIdentityWritesAllSixteenFloats)
-{
+TEST(QMMatrixCode, SetIdentityWritesAllSixteenFloats) {
     float m[16];
-    for (float& f : m)
-        f = 9.0f;
+    for (float& f : m) f = 9.0f;
     QMMatrixCode::setIdentity(m);
     const float expected[16] = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};
     expectArrayBits(expected, m, 16);
 }
 
-TEST(QMMatrixCode, SetTranslateIsIdentityWithTranslationColumn)
-{
+TEST(QMMatrixCode, SetTranslateIsIdentityWithTranslationColumn) {
     float m[16];
-    for (float& f : m)
-        f = 9.0f;
+    for (float& f : m) f = 9.0f;
     const float t[3] = {1.5f, -2.0f, 3.0f};
     QMMatrixCode::setTranslate(m, t);
     const float expected[16] = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 1.5f, -2.0f, 3.0f, 1};
     expectArrayBits(expected, m, 16);
 }
 
-TEST(QMMatrixCode, MultLeftByTranslateAddsToTranslationOnly)
-{
+TEST(QMMatrixCode, MultLeftByTranslateAddsToTranslationOnly) {
     float m[16] = {2, 0, 0, 0.5f, 0, 3, 0, 0.25f, 0, 0, 4, 0.125f, 1, 1, 1, 2};
     const float t[3] = {10.0f, -20.0f, 0.5f};
     QMMatrixCode::multLeftByTranslate(m, t);
@@ -50,8 +43,7 @@ TEST(QMMatrixCode, MultLeftByTranslateAddsToTranslationOnly)
     expectArrayBits(expected, m, 16);
 }
 
-TEST(QMMatrixCode, MultLeftByTranslateAddsInFloat)
-{
+TEST(QMMatrixCode, MultLeftByTranslateAddsInFloat) {
     float m[16];
     QMMatrixCode::setIdentity(m);
     m[12] = 1e8f;
@@ -60,8 +52,7 @@ TEST(QMMatrixCode, MultLeftByTranslateAddsInFloat)
     EXPECT_FLOAT_BITS(1e8f, m[12]);
 }
 
-TEST(QMMatrixCode, MultRightByTranslateAddsUpperBlockTimesT)
-{
+TEST(QMMatrixCode, MultRightByTranslateAddsUpperBlockTimesT) {
     // Columns: (1, 4, 7), (2, 5, 8), (3, 6, 9); translation (1, 1, 1).
     float m[16] = {1, 4, 7, 0, 2, 5, 8, 0, 3, 6, 9, 0, 1, 1, 1, 1};
     const float t[3] = {1.0f, 0.0f, -1.0f};
@@ -71,8 +62,7 @@ TEST(QMMatrixCode, MultRightByTranslateAddsUpperBlockTimesT)
     expectArrayBits(expected, m, 16);
 }
 
-TEST(QMMatrixCode, MultRightByTranslateLeavesProjectiveRowAlone)
-{
+TEST(QMMatrixCode, MultRightByTranslateLeavesProjectiveRowAlone) {
     float m[16] = {1, 0, 0, 2, 0, 1, 0, 3, 0, 0, 1, 4, 0, 0, 0, 5};
     const float t[3] = {1.0f, 1.0f, 1.0f};
     QMMatrixCode::multRightByTranslate(m, t);
@@ -80,8 +70,7 @@ TEST(QMMatrixCode, MultRightByTranslateLeavesProjectiveRowAlone)
     expectArrayBits(expected, m, 16);
 }
 
-TEST(QMMatrixCode, MultRightByTranslateRoundsProductSumBeforeAdding)
-{
+TEST(QMMatrixCode, MultRightByTranslateRoundsProductSumBeforeAdding) {
     // The product sum 1 + 2^-11 + 2^-24 rounds to 1 + 2^-11 before it meets
     // the translation, so the 2^-24 is lost.
     float m[16];
@@ -93,8 +82,7 @@ TEST(QMMatrixCode, MultRightByTranslateRoundsProductSumBeforeAdding)
     EXPECT_FLOAT_BITS(0.0f, m[12]);
 }
 
-TEST(QMMatrixCode, MultRightByTranslateSumsProductsInDouble)
-{
+TEST(QMMatrixCode, MultRightByTranslateSumsProductsInDouble) {
     // 2^-24 survives the sum of the three products only in double.
     float m[16];
     QMMatrixCode::setIdentity(m);
@@ -107,8 +95,7 @@ TEST(QMMatrixCode, MultRightByTranslateSumsProductsInDouble)
     EXPECT_FLOAT_BITS(kTiny, m[12]);
 }
 
-TEST(QMMatrixCode, MultLeftByScaleScalesRowsIncludingTranslation)
-{
+TEST(QMMatrixCode, MultLeftByScaleScalesRowsIncludingTranslation) {
     float m[16] = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16};
     const float s[3] = {2.0f, -1.0f, 0.5f};
     QMMatrixCode::multLeftByScale(m, s);
@@ -116,8 +103,7 @@ TEST(QMMatrixCode, MultLeftByScaleScalesRowsIncludingTranslation)
     expectArrayBits(expected, m, 16);
 }
 
-TEST(QMMatrixCode, MultLeftByNegativeScaleGivesNegativeZeros)
-{
+TEST(QMMatrixCode, MultLeftByNegativeScaleGivesNegativeZeros) {
     float m[16];
     QMMatrixCode::setIdentity(m);
     const float s[3] = {-2.0f, 1.0f, 1.0f};
@@ -129,8 +115,7 @@ TEST(QMMatrixCode, MultLeftByNegativeScaleGivesNegativeZeros)
     EXPECT_FLOAT_BITS(0.0f, m[1]);
 }
 
-TEST(QMMatrixCode, ProjectiveProductDividesByW)
-{
+TEST(QMMatrixCode, ProjectiveProductDividesByW) {
     float m[16];
     QMMatrixCode::setIdentity(m);
     m[15] = 2.0f;
@@ -142,8 +127,7 @@ TEST(QMMatrixCode, ProjectiveProductDividesByW)
     expectArrayBits(expected, r, 3);
 }
 
-TEST(QMMatrixCode, ProjectiveProductWithZeroWIsOrigin)
-{
+TEST(QMMatrixCode, ProjectiveProductWithZeroWIsOrigin) {
     // w = x - 1 is zero at x = 1.
     float m[16];
     QMMatrixCode::setIdentity(m);
@@ -157,8 +141,7 @@ TEST(QMMatrixCode, ProjectiveProductWithZeroWIsOrigin)
     expectArrayBits(expected, r, 3);
 }
 
-TEST(QMMatrixCode, ProjectiveProductKeepsSignOfDivision)
-{
+TEST(QMMatrixCode, ProjectiveProductKeepsSignOfDivision) {
     float m[16];
     QMMatrixCode::setIdentity(m);
     m[15] = -1.0f;
@@ -169,8 +152,7 @@ TEST(QMMatrixCode, ProjectiveProductKeepsSignOfDivision)
     expectArrayBits(expected, r, 3);
 }
 
-TEST(QMMatrixCode, ProjectiveProductDividesInDouble)
-{
+TEST(QMMatrixCode, ProjectiveProductDividesInDouble) {
     // The affine sum 2^-24 (exact only in double) divided by w = 1.
     float m[16];
     QMMatrixCode::setIdentity(m);
@@ -182,8 +164,7 @@ TEST(QMMatrixCode, ProjectiveProductDividesInDouble)
     EXPECT_FLOAT_BITS(kTiny, r[0]);
 }
 
-TEST(QMMatrixCode, AffineProductSumsInDoubleAndRoundsOnce)
-{
+TEST(QMMatrixCode, AffineProductSumsInDoubleAndRoundsOnce) {
     float m[16];
     QMMatrixCode::setIdentity(m);
     m[0] = kOnePlus;
@@ -195,8 +176,7 @@ TEST(QMMatrixCode, AffineProductSumsInDoubleAndRoundsOnce)
     expectArrayBits(expected, r, 3);
 }
 
-TEST(QMMatrixCode, AffineProductIgnoresProjectiveRow)
-{
+TEST(QMMatrixCode, AffineProductIgnoresProjectiveRow) {
     float m[16];
     QMMatrixCode::setIdentity(m);
     m[3] = 1.0f;
@@ -209,8 +189,7 @@ TEST(QMMatrixCode, AffineProductIgnoresProjectiveRow)
     expectArrayBits(expected, r, 3);
 }
 
-TEST(QMMatrixCode, AffineProductAlwaysAddsTranslation)
-{
+TEST(QMMatrixCode, AffineProductAlwaysAddsTranslation) {
     // Adding the +0 translation turns -0 into +0.
     float m[16];
     QMMatrixCode::setIdentity(m);
@@ -221,8 +200,7 @@ TEST(QMMatrixCode, AffineProductAlwaysAddsTranslation)
     expectArrayBits(expected, r, 3);
 }
 
-TEST(QMMatrixCode, DirectionProductSkipsTranslation)
-{
+TEST(QMMatrixCode, DirectionProductSkipsTranslation) {
     float m[16] = {1, 4, 7, 0, 2, 5, 8, 0, 3, 6, 9, 0, 100, 200, 300, 1};
     const float v[3] = {1.0f, 1.0f, -1.0f};
     float r[3];
@@ -231,8 +209,7 @@ TEST(QMMatrixCode, DirectionProductSkipsTranslation)
     expectArrayBits(expected, r, 3);
 }
 
-TEST(QMMatrixCode, DirectionProductKeepsNegativeZero)
-{
+TEST(QMMatrixCode, DirectionProductKeepsNegativeZero) {
     float m[16];
     QMMatrixCode::setIdentity(m);
     const float v[3] = {-0.0f, -0.0f, -0.0f};
@@ -242,8 +219,7 @@ TEST(QMMatrixCode, DirectionProductKeepsNegativeZero)
     expectArrayBits(expected, r, 3);
 }
 
-TEST(QMMatrixCode, FourComponentProduct)
-{
+TEST(QMMatrixCode, FourComponentProduct) {
     float m[16] = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16};
     const float v[4] = {1.0f, 0.0f, -1.0f, 2.0f};
     float r[4];
@@ -253,8 +229,7 @@ TEST(QMMatrixCode, FourComponentProduct)
     expectArrayBits(expected, r, 4);
 }
 
-TEST(QMMatrixCode, ProductsMayWriteOverTheirInput)
-{
+TEST(QMMatrixCode, ProductsMayWriteOverTheirInput) {
     // Swaps x and y: column 0 is (0, 1, 0, 0), column 1 is (1, 0, 0, 0).
     float m[16];
     QMMatrixCode::setIdentity(m);

@@ -11,8 +11,8 @@
 namespace {
 
 std::set<std::string> definedDynamicSymbols(bool demangle) {
-    std::string command = std::string("nm -D --defined-only ") + (demangle ? "-C " : "") + "'" +
-                          OMBREL_LIBRARY_PATH + "'";
+    std::string command =
+        std::string("nm -D --defined-only ") + (demangle ? "-C " : "") + "'" + OMBREL_LIBRARY_PATH + "'";
     std::set<std::string> symbols;
     FILE* pipe = popen(command.c_str(), "r");
     if (!pipe) return symbols;
@@ -30,9 +30,10 @@ std::set<std::string> definedDynamicSymbols(bool demangle) {
 }
 
 const char* const kScriptExports[] = {
-    "InitExporter",         "DeclareFlipAndSwitch",         "DeclareBinaryOrASCII",    "DeclareHeight",
-    "DeclareExportVertexColors", "StartDeclareVekFiles",    "AddOneVekFile",           "SetTextureFileNameForLastVek",
-    "DeclareLastVekInvisible", "EndDeclareVekFiles",        "DeleteDeclaredVekFiles",  "ExportSTLAllDeclaredVek",
+    "InitExporter",       "DeclareFlipAndSwitch",         "DeclareBinaryOrASCII",
+    "DeclareHeight",      "DeclareExportVertexColors",    "StartDeclareVekFiles",
+    "AddOneVekFile",      "SetTextureFileNameForLastVek", "DeclareLastVekInvisible",
+    "EndDeclareVekFiles", "DeleteDeclaredVekFiles",       "ExportSTLAllDeclaredVek",
 };
 
 }  // namespace

@@ -15,9 +15,7 @@
 
 namespace {
 
-QMString pathOf(const std::string& path) {
-    return QMString(path.c_str());
-}
+QMString pathOf(const std::string& path) { return QMString(path.c_str()); }
 
 // Writes an executable shell script.
 void writeScript(const std::string& path, const std::string& body) {
@@ -41,7 +39,7 @@ bool noChildLeft() {
     return waitpid(-1, &status, WNOHANG) == -1 && errno == ECHILD;
 }
 
-} // namespace
+}  // namespace
 
 // ------------------------------------------------------------ synchronous
 

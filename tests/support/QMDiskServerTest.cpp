@@ -17,9 +17,7 @@
 
 namespace {
 
-QMString pathOf(const std::string& path) {
-    return QMString(path.c_str());
-}
+QMString pathOf(const std::string& path) { return QMString(path.c_str()); }
 
 // A recognisable pattern that does not repeat with the copy buffer's period.
 std::vector<unsigned char> patternBytes(size_t size) {
@@ -44,13 +42,11 @@ private:
     std::string m_path;
 };
 
-} // namespace
+}  // namespace
 
 // ------------------------------------------------------------------ fileOpen
 
-TEST(QMDiskServerTest, InvalidFileIsTheNullHandle) {
-    EXPECT_EQ(QMDiskServer::s_invalidFile, nullptr);
-}
+TEST(QMDiskServerTest, InvalidFileIsTheNullHandle) { EXPECT_EQ(QMDiskServer::s_invalidFile, nullptr); }
 
 TEST(QMDiskServerTest, FileOpenReadsAnExistingFile) {
     TempDir dir;
@@ -146,9 +142,7 @@ TEST(QMDiskServerTest, DeleteFileOfMissingFileIsFalse) {
     EXPECT_FALSE(QMDiskServer::deleteFile(pathOf(dir.file("missing"))));
 }
 
-TEST(QMDiskServerTest, DeleteFileOfNullPathIsFalse) {
-    EXPECT_FALSE(QMDiskServer::deleteFile(QMString()));
-}
+TEST(QMDiskServerTest, DeleteFileOfNullPathIsFalse) { EXPECT_FALSE(QMDiskServer::deleteFile(QMString())); }
 
 // ---------------------------------------------------------------- renameFile
 
@@ -300,9 +294,7 @@ TEST(QMDiskServerTest, OpenFolderOfMissingDirectoryFails) {
     EXPECT_STREQ(QMDiskServer::getCurrentPath().c_str(), guard.path().c_str());
 }
 
-TEST(QMDiskServerTest, OpenFolderOfNullPathFails) {
-    EXPECT_FALSE(QMDiskServer::openFolder(QMString()));
-}
+TEST(QMDiskServerTest, OpenFolderOfNullPathFails) { EXPECT_FALSE(QMDiskServer::openFolder(QMString())); }
 
 TEST(QMDiskServerTest, GetCurrentPathIsEmptyWhenTheDirectoryIsGone) {
     TempDir dir;

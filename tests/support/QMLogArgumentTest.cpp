@@ -18,9 +18,7 @@ TEST(FormatLogLine, ConversionWithoutArgumentIsCopiedLiterally) {
     EXPECT_EQ(formatLogLine("Script: 100% done %s and %d", {}), "Script: 100% done %s and %d");
 }
 
-TEST(FormatLogLine, DoublePercentIsOnePercent) {
-    EXPECT_EQ(formatLogLine("50%% of %d", {8}), "50% of 8");
-}
+TEST(FormatLogLine, DoublePercentIsOnePercent) { EXPECT_EQ(formatLogLine("50%% of %d", {8}), "50% of 8"); }
 
 TEST(FormatLogLine, NullTextPrintsAsNull) {
     EXPECT_EQ(formatLogLine(" -> %s", {static_cast<const char*>(nullptr)}), " -> (null)");
@@ -31,9 +29,7 @@ TEST(FormatLogLine, QMStringArgumentPrintsItsText) {
     EXPECT_EQ(formatLogLine("%s!", {name}), "head.vek!");
 }
 
-TEST(FormatLogLine, TrailingPercentIsKept) {
-    EXPECT_EQ(formatLogLine("ends with %", {1}), "ends with %");
-}
+TEST(FormatLogLine, TrailingPercentIsKept) { EXPECT_EQ(formatLogLine("ends with %", {1}), "ends with %"); }
 
 TEST(FormatLogLine, NullFormatGivesEmptyLine) { EXPECT_EQ(formatLogLine(nullptr, {1}), ""); }
 

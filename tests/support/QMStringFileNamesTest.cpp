@@ -84,7 +84,7 @@ const char* advanced(const char* name, QMString& holder) {
     return holder.c_str();
 }
 
-} // namespace
+}  // namespace
 
 TEST(QMStringFileNamesTest, AdvanceOfEmptyIsOne) {
     QMString s;
@@ -152,7 +152,7 @@ const char* shortCount(int n, QMString& holder) {
     return holder.c_str();
 }
 
-} // namespace
+}  // namespace
 
 TEST(QMStringFileNamesTest, ShortCountOfMillions) {
     QMString s;
@@ -193,7 +193,7 @@ const char* timeText(int milliseconds, bool withMilliseconds, QMString& holder) 
     return holder.c_str();
 }
 
-} // namespace
+}  // namespace
 
 TEST(QMStringFileNamesTest, TimeOfSecondsOnly) {
     QMString s;

@@ -125,9 +125,7 @@ TEST(QMStringTest, MemoryUsedIsObjectPlusBuffer) {
     EXPECT_EQ(n.getMemoryUsed(), static_cast<int>(sizeof(QMString)));
 }
 
-TEST(QMStringTest, ObjectHoldsOnlyOnePointer) {
-    EXPECT_EQ(sizeof(QMString), sizeof(char*));
-}
+TEST(QMStringTest, ObjectHoldsOnlyOnePointer) { EXPECT_EQ(sizeof(QMString), sizeof(char*)); }
 
 // ------------------------------------------------------------ upper-case table
 
@@ -144,9 +142,7 @@ TEST(QMStringTest, CmpNoCaseOfNullAgainstKeywordIsMinusOne) {
     EXPECT_EQ(QMString::cmpNoCase(nullptr, "BINARY", -1), -1);
 }
 
-TEST(QMStringTest, CmpNoCaseOfTwoNullsIsZero) {
-    EXPECT_EQ(QMString::cmpNoCase(nullptr, nullptr, -1), 0);
-}
+TEST(QMStringTest, CmpNoCaseOfTwoNullsIsZero) { EXPECT_EQ(QMString::cmpNoCase(nullptr, nullptr, -1), 0); }
 
 TEST(QMStringTest, NullEqualsEmptyText) {
     EXPECT_EQ(QMString::cmp(nullptr, "", 0), 0);
@@ -184,9 +180,7 @@ TEST(QMStringTest, CmpSortsHighBytesBeforeAscii) {
     EXPECT_EQ(QMString::cmp("\x80", "\xFF", 0), -1);
 }
 
-TEST(QMStringTest, CmpSortsHighBytesEvenBelowTheTerminator) {
-    EXPECT_EQ(QMString::cmp("abc", "abc\x80", 0), 1);
-}
+TEST(QMStringTest, CmpSortsHighBytesEvenBelowTheTerminator) { EXPECT_EQ(QMString::cmp("abc", "abc\x80", 0), 1); }
 
 TEST(QMStringTest, CmpNoCaseIgnoresLetterCase) {
     EXPECT_EQ(QMString::cmpNoCase("binary", "BINARY", -1), 0);

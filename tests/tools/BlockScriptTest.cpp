@@ -37,15 +37,13 @@ std::string errorOf(const std::string& text) {
 
 TEST(BlockScript, PointsAndEndGiveTheGoldenTinyFile) {
     const Bytes b = blockScriptBytes("points 1 -2 0.5\nend\n");
-    const Bytes expected = concat(header(), {0x11, 0x27, 0, 0, 28, 0, 0, 0, 1, 0, 0, 0, 0, 0, 0, 0,
-                                             0, 0, 0x80, 0x3F, 0, 0, 0, 0xC0, 0, 0, 0, 0x3F,
-                                             0, 0, 0, 0, 16, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0});
+    const Bytes expected =
+        concat(header(), {0x11, 0x27, 0, 0, 28, 0,    0, 0, 1, 0, 0,  0, 0, 0, 0, 0, 0, 0, 0x80, 0x3F, 0, 0,
+                          0,    0xC0, 0, 0, 0,  0x3F, 0, 0, 0, 0, 16, 0, 0, 0, 0, 0, 0, 0, 0,    0,    0, 0});
     EXPECT_EQ(b, expected);
 }
 
-TEST(BlockScript, EmptyDescriptionIsTheHeaderOnly) {
-    EXPECT_EQ(blockScriptBytes("# nothing\n\n"), header());
-}
+TEST(BlockScript, EmptyDescriptionIsTheHeaderOnly) { EXPECT_EQ(blockScriptBytes("# nothing\n\n"), header()); }
 
 TEST(BlockScript, TypedBlocksEqualTheWriterBlocks) {
     const Bytes b = blockScriptBytes(
@@ -67,8 +65,7 @@ TEST(BlockScript, TypedBlocksEqualTheWriterBlocks) {
 
 TEST(BlockScript, RawBlockWithExplicitSizeAndReserved) {
     const Bytes b = blockScriptBytes("block 40001 3 size=99 reserved=0x10 0a0b 0c\n");
-    EXPECT_EQ(b, concat(header(), {0x41, 0x9C, 0, 0, 99, 0, 0, 0, 3, 0, 0, 0, 0x10, 0, 0, 0,
-                                   0x0A, 0x0B, 0x0C}));
+    EXPECT_EQ(b, concat(header(), {0x41, 0x9C, 0, 0, 99, 0, 0, 0, 3, 0, 0, 0, 0x10, 0, 0, 0, 0x0A, 0x0B, 0x0C}));
 }
 
 TEST(BlockScript, RawBlockDefaultSizeCountsTheBody) {
@@ -93,13 +90,11 @@ TEST(BlockScript, NoHeaderWritesOnlyTheItems) {
 }
 
 TEST(BlockScript, CommentsAndBlankLinesAreIgnored) {
-    EXPECT_EQ(blockScriptBytes("  # a comment\n\nend # the end\n"),
-              blockScriptBytes("end"));
+    EXPECT_EQ(blockScriptBytes("  # a comment\n\nend # the end\n"), blockScriptBytes("end"));
 }
 
 TEST(BlockScript, ErrorsNameTheLine) {
-    EXPECT_EQ(errorOf("end\npoints 1 2\n"),
-              "line 2: points needs a multiple of 3 numbers, got 2");
+    EXPECT_EQ(errorOf("end\npoints 1 2\n"), "line 2: points needs a multiple of 3 numbers, got 2");
     EXPECT_EQ(errorOf("mask 256"), "line 1: a byte out of range: 256");
     EXPECT_EQ(errorOf("face4 0 1 2 x"), "line 1: expected a vertex index, got \"x\"");
     EXPECT_EQ(errorOf("points 1 2 zz"), "line 1: expected a number, got \"zz\"");

@@ -45,8 +45,7 @@ TEST(SampleScene, TorsoCarriesAMaskAndAnUnknownBlock) {
     const VekInspection r = VekInspector::inspectFile(kSampleDir + "/torso.vek");
     std::vector<std::string> names;
     for (const VekBlockInfo& b : r.blocks) names.push_back(b.name);
-    EXPECT_EQ(names, (std::vector<std::string>{"Points", "Mask", "unknown", "Face4", "UV4", "MRGB",
-                                               "end"}));
+    EXPECT_EQ(names, (std::vector<std::string>{"Points", "Mask", "unknown", "Face4", "UV4", "MRGB", "end"}));
     EXPECT_EQ(r.blocks[2].tag, 40001u);
 }
 

@@ -121,8 +121,7 @@ TEST(VekInspector, WrongMagicIsNotAVekFile) {
     EXPECT_EQ(r.status, VekStatus::NotVek);
     EXPECT_TRUE(r.blocks.empty());
     EXPECT_EQ(r.magic, (std::array<unsigned char, 4>{'V', 'e', 'k', 'B'}));
-    EXPECT_EQ(r.message,
-              "not a Vek file: the file starts with 56 65 6b 42 (\"VekB\") instead of \"Vekb\"");
+    EXPECT_EQ(r.message, "not a Vek file: the file starts with 56 65 6b 42 (\"VekB\") instead of \"Vekb\"");
 }
 
 TEST(VekInspector, ArbitraryHeaderTailIsAccepted) {

@@ -18,8 +18,7 @@ using Bytes = std::vector<unsigned char>;
 std::uint32_t u32At(const Bytes& b, std::size_t offset) { return loadU32(b.data() + offset); }
 
 Bytes slice(const Bytes& b, std::size_t offset, std::size_t n) {
-    return Bytes(b.begin() + static_cast<std::ptrdiff_t>(offset),
-                 b.begin() + static_cast<std::ptrdiff_t>(offset + n));
+    return Bytes(b.begin() + static_cast<std::ptrdiff_t>(offset), b.begin() + static_cast<std::ptrdiff_t>(offset + n));
 }
 
 Bytes validHeader() {
@@ -42,13 +41,13 @@ TEST(VekWriter, TinyFileMatchesGoldenBytes) {
 
     Bytes expected = validHeader();
     const Bytes tail = {
-        0x11, 0x27, 0x00, 0x00,  // tag 10001
-        0x1C, 0x00, 0x00, 0x00,  // size 28
-        0x01, 0x00, 0x00, 0x00,  // count 1
-        0x00, 0x00, 0x00, 0x00,  // reserved
-        0x00, 0x00, 0x80, 0x3F,  // 1.0f
-        0x00, 0x00, 0x00, 0xC0,  // -2.0f
-        0x00, 0x00, 0x00, 0x3F,  // 0.5f
+        0x11, 0x27, 0x00, 0x00,                          // tag 10001
+        0x1C, 0x00, 0x00, 0x00,                          // size 28
+        0x01, 0x00, 0x00, 0x00,                          // count 1
+        0x00, 0x00, 0x00, 0x00,                          // reserved
+        0x00, 0x00, 0x80, 0x3F,                          // 1.0f
+        0x00, 0x00, 0x00, 0xC0,                          // -2.0f
+        0x00, 0x00, 0x00, 0x3F,                          // 0.5f
         0x00, 0x00, 0x00, 0x00, 0x10, 0x00, 0x00, 0x00,  // end block: tag 0, size 16
         0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00,  // count 0, reserved 0
     };
@@ -268,8 +267,7 @@ TEST(VekWriter, WritingAfterCloseThrowsLogicError) {
 TEST(VekWriter, BlocksLargerThanTheBufferAreWrittenWhole) {
     TempDir dir;
     std::vector<Point3> pts(200000);
-    for (std::size_t i = 0; i < pts.size(); ++i)
-        pts[i] = {static_cast<float>(i), 0.5f, -static_cast<float>(i)};
+    for (std::size_t i = 0; i < pts.size(); ++i) pts[i] = {static_cast<float>(i), 0.5f, -static_cast<float>(i)};
     VekWriter w(dir.file("big.vek"));
     w.points(pts);
     w.endBlock();

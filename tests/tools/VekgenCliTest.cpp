@@ -25,8 +25,10 @@ struct RunResult {
 std::string quote(const std::string& s) {
     std::string q = "'";
     for (char c : s) {
-        if (c == '\'') q += "'\\''";
-        else q += c;
+        if (c == '\'')
+            q += "'\\''";
+        else
+            q += c;
     }
     return q + "'";
 }
@@ -34,9 +36,8 @@ std::string quote(const std::string& s) {
 // Runs vekgen with the arguments, optionally feeding a file on stdin.
 RunResult runVekgen(const TempDir& dir, const std::string& args, const std::string& stdinText = "") {
     writeFileText(dir.file("stdin.txt"), stdinText);
-    const std::string cmd = quote(OMBREL_VEKGEN_PATH) + " " + args + " <" +
-                            quote(dir.file("stdin.txt")) + " >" + quote(dir.file("stdout.txt")) +
-                            " 2>" + quote(dir.file("stderr.txt"));
+    const std::string cmd = quote(OMBREL_VEKGEN_PATH) + " " + args + " <" + quote(dir.file("stdin.txt")) + " >" +
+                            quote(dir.file("stdout.txt")) + " 2>" + quote(dir.file("stderr.txt"));
     const int status = std::system(cmd.c_str());
     RunResult r;
     r.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
@@ -66,15 +67,15 @@ TEST(VekgenCli, HelpDescribesTheCommandsAndTheGrammar) {
     TempDir dir;
     const RunResult r = runVekgen(dir, "--help");
     EXPECT_EQ(r.exitCode, 0);
-    for (const char* word : {"scene --faces N", "sample OUTDIR", "blocks OUT.vek", "info FILE",
-                             "face4 I I I I", "block TAG COUNT [size=N]", "bytes HEX"})
+    for (const char* word : {"scene --faces N", "sample OUTDIR", "blocks OUT.vek", "info FILE", "face4 I I I I",
+                             "block TAG COUNT [size=N]", "bytes HEX"})
         EXPECT_NE(r.out.find(word), std::string::npos) << word;
 }
 
 TEST(VekgenCli, UsageErrorsExitWith2AndOneLine) {
     TempDir dir;
-    for (const char* args : {"", "frobnicate", "scene OUT", "scene --faces x OUT",
-                             "scene --faces 10 --bogus OUT", "sample", "blocks"}) {
+    for (const char* args :
+         {"", "frobnicate", "scene OUT", "scene --faces x OUT", "scene --faces 10 --bogus OUT", "sample", "blocks"}) {
         const RunResult r = runVekgen(dir, args);
         EXPECT_EQ(r.exitCode, 2) << args;
         EXPECT_EQ(lineCount(r.err), 1u) << args << ": " << r.err;
@@ -91,8 +92,7 @@ TEST(VekgenCli, InvalidSceneExitsWith1) {
 
 TEST(VekgenCli, SceneWritesThePartsOfTheGenerator) {
     TempDir dir;
-    const RunResult r =
-        runVekgen(dir, "scene --faces 1000 --files 2 --seed 5 " + quote(dir.file("scene")));
+    const RunResult r = runVekgen(dir, "scene --faces 1000 --files 2 --seed 5 " + quote(dir.file("scene")));
     ASSERT_EQ(r.exitCode, 0) << r.err;
     SceneOptions o;
     o.faces = 1000;
@@ -111,8 +111,7 @@ TEST(VekgenCli, SceneWritesThePartsOfTheGenerator) {
 
 TEST(VekgenCli, SceneFlagsLeaveOutUVsAndColours) {
     TempDir dir;
-    ASSERT_EQ(runVekgen(dir, "scene --no-uv --faces=100 --no-colors " + quote(dir.file("s"))).exitCode,
-              0);
+    ASSERT_EQ(runVekgen(dir, "scene --no-uv --faces=100 --no-colors " + quote(dir.file("s"))).exitCode, 0);
     PartParams p = SceneGenerator(SceneOptions{100, 1, 1, false, false}).parts()[0];
     VekWriter w = VekWriter::inMemory();
     SceneGenerator::writePart(p, w);
@@ -138,11 +137,11 @@ TEST(VekgenCli, BlocksFromStdinProduceTheDescribedBytes) {
     std::vector<unsigned char> expected(32, 0);
     expected[0] = 'V', expected[1] = 'e', expected[2] = 'k', expected[3] = 'b';
     const std::vector<unsigned char> blocks = {
-        0x11, 0x27, 0, 0, 28, 0, 0, 0, 1, 0, 0, 0, 0, 0, 0, 0,  // Points header
-        0, 0, 0x80, 0x3F, 0, 0, 0, 0xC0, 0, 0, 0, 0x3F,         // 1, -2, 0.5
-        0x41, 0x9C, 0, 0, 20, 0, 0, 0, 1, 0, 0, 0, 0, 0, 0, 0,  // 40001, size 20 (wrong), count 1
-        0xFF,                                                   // one body byte
-        0, 0, 0, 0, 16, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0};       // end
+        0x11, 0x27, 0,    0,    28, 0, 0, 0,    1, 0, 0, 0,    0, 0, 0, 0,   // Points header
+        0,    0,    0x80, 0x3F, 0,  0, 0, 0xC0, 0, 0, 0, 0x3F,               // 1, -2, 0.5
+        0x41, 0x9C, 0,    0,    20, 0, 0, 0,    1, 0, 0, 0,    0, 0, 0, 0,   // 40001, size 20 (wrong), count 1
+        0xFF,                                                                // one body byte
+        0,    0,    0,    0,    16, 0, 0, 0,    0, 0, 0, 0,    0, 0, 0, 0};  // end
     expected.insert(expected.end(), blocks.begin(), blocks.end());
     EXPECT_EQ(readFileBytes(dir.file("b.vek")), expected);
     EXPECT_EQ(r.out, "wrote " + dir.file("b.vek") + ": 93 bytes\n");
@@ -151,9 +150,7 @@ TEST(VekgenCli, BlocksFromStdinProduceTheDescribedBytes) {
 TEST(VekgenCli, BlocksFromADescriptionFile) {
     TempDir dir;
     writeFileText(dir.file("d.txt"), "mrgb 0x12FF8000\nend\n");
-    ASSERT_EQ(runVekgen(dir, "blocks " + quote(dir.file("c.vek")) + " " + quote(dir.file("d.txt")))
-                  .exitCode,
-              0);
+    ASSERT_EQ(runVekgen(dir, "blocks " + quote(dir.file("c.vek")) + " " + quote(dir.file("d.txt"))).exitCode, 0);
     EXPECT_EQ(readFileBytes(dir.file("c.vek")), blockScriptBytes("mrgb 0x12FF8000\nend\n"));
 }
 
@@ -182,7 +179,5 @@ TEST(VekgenCli, InfoListsBlocksAndFailsOnDamagedFiles) {
     EXPECT_NE(good.out.find("Points"), std::string::npos) << good.out;
     const RunResult bad = runVekgen(dir, "info " + quote(dir.file("bad.vek")));
     EXPECT_EQ(bad.exitCode, 1);
-    EXPECT_NE(bad.out.find("damaged: block unknown (tag 1) at offset 60 has size 8"),
-              std::string::npos)
-        << bad.out;
+    EXPECT_NE(bad.out.find("damaged: block unknown (tag 1) at offset 60 has size 8"), std::string::npos) << bad.out;
 }

@@ -74,9 +74,8 @@ TEST_F(VekReaderTest, BBoxFailsWhenPointsAreNotFirst) {
 }
 
 TEST_F(VekReaderTest, BBoxFailsOnShortPointsBody) {
-    QMString name = write("a.vek", [](vekgen::VekWriter& w) {
-        w.rawBlock(vekgen::kTagPoints, 4, std::vector<unsigned char>(40, 0));
-    });
+    QMString name = write(
+        "a.vek", [](vekgen::VekWriter& w) { w.rawBlock(vekgen::kTagPoints, 4, std::vector<unsigned char>(40, 0)); });
     BBox box;
     EXPECT_FALSE(io.readBBox(name, box));
 }

@@ -121,8 +121,8 @@ TEST_F(VekReaderTest, PointsAndFacesReaderStopsAfterItsSecondBlock) {
     QMString name = write("a.vek", [](vekgen::VekWriter& w) {
         w.points(kSquare);
         w.face4(kOneQuad);
-        w.points(kTriangle);                                  // never looked at
-        w.rawBytes(std::vector<unsigned char>{1, 2, 3});      // nor this damage
+        w.points(kTriangle);                              // never looked at
+        w.rawBytes(std::vector<unsigned char>{1, 2, 3});  // nor this damage
     });
     QMArray<QMVector3f> points;
     QMArray<int> faces;

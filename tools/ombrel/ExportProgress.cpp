@@ -27,7 +27,6 @@ void ExportProgress::onLogLine(const char* line) {
     if (!faces) return;
     ++m_filesStarted;
     const long count = std::strtol(faces + sizeof kFaceLine - 1, nullptr, 10);
-    std::fprintf(stderr, "\r\033[Kombrel: %s: file %zu of %zu (%ld faces)", m_what, m_filesStarted, m_fileCount,
-                 count);
+    std::fprintf(stderr, "\r\033[Kombrel: %s: file %zu of %zu (%ld faces)", m_what, m_filesStarted, m_fileCount, count);
     std::fflush(stderr);
 }

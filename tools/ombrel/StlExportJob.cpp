@@ -16,8 +16,8 @@
 namespace {
 
 void printBox(const char* label, const BBox& box) {
-    std::printf("  %s (%g, %g, %g) to (%g, %g, %g)\n", label, box.m_min.x, box.m_min.y, box.m_min.z,
-                box.m_max.x, box.m_max.y, box.m_max.z);
+    std::printf("  %s (%g, %g, %g) to (%g, %g, %g)\n", label, box.m_min.x, box.m_min.y, box.m_min.z, box.m_max.x,
+                box.m_max.y, box.m_max.z);
 }
 
 // Where the scene's corners land: the library's own placement of the bounds.

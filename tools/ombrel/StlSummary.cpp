@@ -17,8 +17,7 @@ std::uint64_t countAsciiFacets(std::ifstream& in) {
     while (in) {
         in.read(block.data(), static_cast<std::streamsize>(block.size()));
         std::string text = carry + std::string(block.data(), static_cast<std::size_t>(in.gcount()));
-        for (std::size_t at = text.find(kEnd); at != std::string::npos; at = text.find(kEnd, at + kEnd.size()))
-            ++count;
+        for (std::size_t at = text.find(kEnd); at != std::string::npos; at = text.find(kEnd, at + kEnd.size())) ++count;
         carry = text.size() >= kEnd.size() ? text.substr(text.size() - (kEnd.size() - 1)) : text;
     }
     return count;

@@ -40,13 +40,10 @@ class LineParser {
 public:
     explicit LineParser(int line) : m_line(line) {}
 
-    [[noreturn]] void fail(const std::string& message) const {
-        throw BlockScriptError(m_line, message);
-    }
+    [[noreturn]] void fail(const std::string& message) const { throw BlockScriptError(m_line, message); }
 
     // An integer in [lo, hi], decimal or 0x hexadecimal, optionally negative.
-    long long integer(const std::string& word, long long lo, long long hi,
-                      const char* what) const {
+    long long integer(const std::string& word, long long lo, long long hi, const char* what) const {
         const char* p = word.data();
         const char* end = p + word.size();
         bool negative = false;
@@ -58,8 +55,7 @@ public:
         }
         unsigned long long v = 0;
         auto [q, ec] = std::from_chars(p, end, v, base);
-        if (ec != std::errc() || q != end || p == end)
-            fail(std::string("expected ") + what + ", got \"" + word + "\"");
+        if (ec != std::errc() || q != end || p == end) fail(std::string("expected ") + what + ", got \"" + word + "\"");
         if (v > static_cast<unsigned long long>(std::numeric_limits<long long>::max()))
             fail(std::string(what) + " out of range: " + word);
         const long long s = negative ? -static_cast<long long>(v) : static_cast<long long>(v);
@@ -68,8 +64,7 @@ public:
     }
 
     std::uint32_t u32(const std::string& word, const char* what) const {
-        return static_cast<std::uint32_t>(
-            integer(word, 0, std::numeric_limits<std::uint32_t>::max(), what));
+        return static_cast<std::uint32_t>(integer(word, 0, std::numeric_limits<std::uint32_t>::max(), what));
     }
 
     float real(const std::string& word) const {
@@ -78,17 +73,14 @@ public:
         const char* end = p + word.size();
         if (p < end && *p == '+') ++p;
         auto [q, ec] = std::from_chars(p, end, v);
-        if (ec != std::errc() || q != end || p == end)
-            fail("expected a number, got \"" + word + "\"");
+        if (ec != std::errc() || q != end || p == end) fail("expected a number, got \"" + word + "\"");
         return v;
     }
 
     void hex(const std::string& word, std::vector<unsigned char>& out) const {
         std::string digits = word;
-        if (digits.size() >= 2 && digits[0] == '0' && (digits[1] == 'x' || digits[1] == 'X'))
-            digits.erase(0, 2);
-        if (digits.empty() || digits.size() % 2 != 0)
-            fail("expected pairs of hex digits, got \"" + word + "\"");
+        if (digits.size() >= 2 && digits[0] == '0' && (digits[1] == 'x' || digits[1] == 'X')) digits.erase(0, 2);
+        if (digits.empty() || digits.size() % 2 != 0) fail("expected pairs of hex digits, got \"" + word + "\"");
         for (std::size_t i = 0; i < digits.size(); i += 2) {
             unsigned v = 0;
             auto [q, ec] = std::from_chars(digits.data() + i, digits.data() + i + 2, v, 16);
@@ -98,11 +90,10 @@ public:
         }
     }
 
-    std::size_t groups(const std::vector<std::string>& args, std::size_t n,
-                       const char* what) const {
+    std::size_t groups(const std::vector<std::string>& args, std::size_t n, const char* what) const {
         if (args.size() % n != 0)
-            fail(std::string(what) + " needs a multiple of " + std::to_string(n) +
-                 " numbers, got " + std::to_string(args.size()));
+            fail(std::string(what) + " needs a multiple of " + std::to_string(n) + " numbers, got " +
+                 std::to_string(args.size()));
         if (args.size() / n > std::numeric_limits<std::uint32_t>::max()) fail("too many values");
         return args.size() / n;
     }
@@ -155,13 +146,11 @@ BlockScript parseBlockScript(const std::string& text) {
                 if (a.rfind("magic=", 0) == 0) {
                     const std::string m = a.substr(6);
                     if (m.size() != 4) p.fail("magic must be 4 characters, got \"" + m + "\"");
-                    for (int i = 0; i < 4; ++i)
-                        script.header.magic[i] = static_cast<unsigned char>(m[i]);
+                    for (int i = 0; i < 4; ++i) script.header.magic[i] = static_cast<unsigned char>(m[i]);
                 } else if (a.rfind("tail=", 0) == 0) {
                     std::vector<unsigned char> tail;
                     p.hex(a.substr(5), tail);
-                    if (tail.size() > kFileHeaderTailSize)
-                        p.fail("the header tail has at most 28 bytes");
+                    if (tail.size() > kFileHeaderTailSize) p.fail("the header tail has at most 28 bytes");
                     script.header.tail = {};
                     std::copy(tail.begin(), tail.end(), script.header.tail.begin());
                 } else {
@@ -180,8 +169,7 @@ BlockScript parseBlockScript(const std::string& text) {
             for (const std::string& a : args)
                 putU32(item.body, static_cast<std::uint32_t>(static_cast<std::int32_t>(
                                       p.integer(a, std::numeric_limits<std::int32_t>::min(),
-                                                std::numeric_limits<std::int32_t>::max(),
-                                                "a vertex index"))));
+                                                std::numeric_limits<std::int32_t>::max(), "a vertex index"))));
         } else if (keyword == "uv4") {
             item.tag = kTagUV4;
             item.count = static_cast<std::uint32_t>(p.groups(args, 8, "uv4"));
@@ -201,9 +189,12 @@ BlockScript parseBlockScript(const std::string& text) {
             item.count = p.u32(args[1], "a count");
             for (std::size_t i = 2; i < args.size(); ++i) {
                 const std::string& a = args[i];
-                if (a.rfind("size=", 0) == 0) item.size = p.u32(a.substr(5), "a size");
-                else if (a.rfind("reserved=", 0) == 0) item.reserved = p.u32(a.substr(9), "a value");
-                else p.hex(a, item.body);
+                if (a.rfind("size=", 0) == 0)
+                    item.size = p.u32(a.substr(5), "a size");
+                else if (a.rfind("reserved=", 0) == 0)
+                    item.reserved = p.u32(a.substr(9), "a value");
+                else
+                    p.hex(a, item.body);
             }
         } else if (keyword == "end") {
             if (!args.empty()) p.fail("end takes no arguments");
@@ -225,11 +216,15 @@ BlockScript parseBlockScript(const std::string& text) {
 void writeBlockScript(const BlockScript& script, VekWriter& w) {
     for (const BlockScriptItem& item : script.items) {
         switch (item.kind) {
-        case BlockScriptItem::Kind::Block:
-            w.rawBlock(item.tag, item.count, item.body, item.size, item.reserved);
-            break;
-        case BlockScriptItem::Kind::End: w.endBlock(); break;
-        case BlockScriptItem::Kind::Bytes: w.rawBytes(item.body); break;
+            case BlockScriptItem::Kind::Block:
+                w.rawBlock(item.tag, item.count, item.body, item.size, item.reserved);
+                break;
+            case BlockScriptItem::Kind::End:
+                w.endBlock();
+                break;
+            case BlockScriptItem::Kind::Bytes:
+                w.rawBytes(item.body);
+                break;
         }
     }
 }

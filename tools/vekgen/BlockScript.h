@@ -34,7 +34,7 @@ struct BlockScriptItem {
     std::uint32_t count = 0;
     std::optional<std::uint32_t> size;  // explicit size field; default 16 + body bytes
     std::uint32_t reserved = 0;
-    std::vector<unsigned char> body;    // block body, or the raw bytes of a Bytes item
+    std::vector<unsigned char> body;  // block body, or the raw bytes of a Bytes item
 };
 
 struct BlockScript {

@@ -39,8 +39,7 @@ double unitFromHash(std::uint64_t h) {
     const std::uint64_t m = h >> 11;  // 53 bits
     const auto hi = static_cast<std::uint32_t>(m >> 32);
     const auto lo = static_cast<std::uint32_t>(m & 0xFFFFFFFFu);
-    return (static_cast<double>(hi) * 4294967296.0 + static_cast<double>(lo)) *
-           (1.0 / 9007199254740992.0);
+    return (static_cast<double>(hi) * 4294967296.0 + static_cast<double>(lo)) * (1.0 / 9007199254740992.0);
 }
 
 std::int32_t floorToInt(double v) {
@@ -68,10 +67,9 @@ public:
 
 private:
     double corner(std::int32_t x, std::int32_t y, std::int32_t z) const {
-        const std::uint64_t h =
-            mix64(m_seed ^ (std::uint64_t(std::uint32_t(x)) * 0x9E3779B97F4A7C15ULL) ^
-                  (std::uint64_t(std::uint32_t(y)) * 0xC2B2AE3D27D4EB4FULL) ^
-                  (std::uint64_t(std::uint32_t(z)) * 0x165667B19E3779F9ULL));
+        const std::uint64_t h = mix64(m_seed ^ (std::uint64_t(std::uint32_t(x)) * 0x9E3779B97F4A7C15ULL) ^
+                                      (std::uint64_t(std::uint32_t(y)) * 0xC2B2AE3D27D4EB4FULL) ^
+                                      (std::uint64_t(std::uint32_t(z)) * 0x165667B19E3779F9ULL));
         return 2.0 * unitFromHash(h) - 1.0;
     }
 
@@ -104,10 +102,18 @@ std::vector<std::array<double, 2>> ringPoints(std::uint32_t count) {
         const double w = a * (15.0 - a2) / (15.0 - 6.0 * a2);
         double x, y;
         switch (side) {
-        case 0: x = 1.0, y = w; break;
-        case 1: x = -w, y = 1.0; break;
-        case 2: x = -1.0, y = -w; break;
-        default: x = w, y = -1.0; break;
+            case 0:
+                x = 1.0, y = w;
+                break;
+            case 1:
+                x = -w, y = 1.0;
+                break;
+            case 2:
+                x = -1.0, y = -w;
+                break;
+            default:
+                x = w, y = -1.0;
+                break;
         }
         const double len = std::sqrt(x * x + y * y);
         ring[k] = {x / len, y / len};
@@ -151,10 +157,15 @@ struct Quad {
 // layer, then the perimeter ring of each inner layer, then the full top layer.
 class CubeShape {
 public:
-    CubeShape(std::uint32_t n, bool rounded, Vec3 center, Vec3 scale, double amp,
-              const ValueNoise& noise, const Material& material)
-        : m_n(n), m_rounded(rounded), m_center(center), m_scale(scale), m_amp(amp),
-          m_noise(noise), m_material(material) {}
+    CubeShape(std::uint32_t n, bool rounded, Vec3 center, Vec3 scale, double amp, const ValueNoise& noise,
+              const Material& material)
+        : m_n(n),
+          m_rounded(rounded),
+          m_center(center),
+          m_scale(scale),
+          m_amp(amp),
+          m_noise(noise),
+          m_material(material) {}
 
     std::uint64_t vertexCount() const { return 6ull * m_n * m_n + 2; }
     std::uint64_t quadCount() const { return 6ull * m_n * m_n; }
@@ -189,8 +200,7 @@ public:
                     for (int c = 0; c < 4; ++c) {
                         q.idx[c] = faceIndex(f, a + da[c], b + db[c]);
                         q.uv[2 * c] = static_cast<float>(double(tx * n + a + da[c]) / (3.0 * n));
-                        q.uv[2 * c + 1] =
-                            static_cast<float>(double(ty * n + b + db[c]) / (2.0 * n));
+                        q.uv[2 * c + 1] = static_cast<float>(double(ty * n + b + db[c]) / (2.0 * n));
                     }
                     fn(q);
                 }
@@ -201,10 +211,14 @@ public:
 private:
     void ringToGrid(std::uint32_t t, std::uint32_t& i, std::uint32_t& j) const {
         const std::uint32_t n = m_n;
-        if (t < n) i = t, j = 0;
-        else if (t < 2 * n) i = n, j = t - n;
-        else if (t < 3 * n) i = 3 * n - t, j = n;
-        else i = 0, j = 4 * n - t;
+        if (t < n)
+            i = t, j = 0;
+        else if (t < 2 * n)
+            i = n, j = t - n;
+        else if (t < 3 * n)
+            i = 3 * n - t, j = n;
+        else
+            i = 0, j = 4 * n - t;
     }
 
     std::uint32_t ringIndex(std::uint32_t i, std::uint32_t j) const {
@@ -228,12 +242,18 @@ private:
     std::uint32_t faceIndex(std::uint32_t f, std::uint32_t a, std::uint32_t b) const {
         const std::uint32_t n = m_n;
         switch (f) {
-        case 0: return latticeIndex(n, a, b);  // +x
-        case 1: return latticeIndex(0, b, a);  // -x
-        case 2: return latticeIndex(b, n, a);  // +y
-        case 3: return latticeIndex(a, 0, b);  // -y
-        case 4: return latticeIndex(a, b, n);  // +z
-        default: return latticeIndex(b, a, 0); // -z
+            case 0:
+                return latticeIndex(n, a, b);  // +x
+            case 1:
+                return latticeIndex(0, b, a);  // -x
+            case 2:
+                return latticeIndex(b, n, a);  // +y
+            case 3:
+                return latticeIndex(a, 0, b);  // -y
+            case 4:
+                return latticeIndex(a, b, n);  // +z
+            default:
+                return latticeIndex(b, a, 0);  // -z
         }
     }
 
@@ -258,10 +278,18 @@ private:
 // A torus lying in the x-z plane: R segments around the ring, C around the tube.
 class TorusShape {
 public:
-    TorusShape(std::uint32_t R, std::uint32_t C, Vec3 center, double major, double minor,
-               double amp, const ValueNoise& noise, const Material& material)
-        : m_R(R), m_C(C), m_center(center), m_major(major), m_minor(minor), m_amp(amp),
-          m_noise(noise), m_material(material), m_ringR(ringPoints(R)), m_ringC(ringPoints(C)) {}
+    TorusShape(std::uint32_t R, std::uint32_t C, Vec3 center, double major, double minor, double amp,
+               const ValueNoise& noise, const Material& material)
+        : m_R(R),
+          m_C(C),
+          m_center(center),
+          m_major(major),
+          m_minor(minor),
+          m_amp(amp),
+          m_noise(noise),
+          m_material(material),
+          m_ringR(ringPoints(R)),
+          m_ringC(ringPoints(C)) {}
 
     std::uint64_t vertexCount() const { return std::uint64_t(m_R) * m_C; }
     std::uint64_t quadCount() const { return std::uint64_t(m_R) * m_C; }
@@ -276,8 +304,7 @@ public:
                 const Vec3 normal{cp * mx, sp, cp * mz};
                 const Vec3 p0 = ring + normal * m_minor;
                 const double shade = m_noise.fbm(p0 * 2.4);
-                fn(Vertex{m_center + ring + normal * (m_minor * (1.0 + m_amp * shade)), shade,
-                          &m_material});
+                fn(Vertex{m_center + ring + normal * (m_minor * (1.0 + m_amp * shade)), shade, &m_material});
             }
         }
     }
@@ -375,12 +402,10 @@ private:
 // ------------------------------------------------------------ parts
 
 void validate(const PartParams& part) {
-    if (part.faces == 0)
-        throw std::invalid_argument("part " + part.name + " has no faces");
+    if (part.faces == 0) throw std::invalid_argument("part " + part.name + " has no faces");
     if (part.faces > kMaxFacesPerPart)
-        throw std::invalid_argument("part " + part.name + " would have " +
-                                    std::to_string(part.faces) + " faces, more than " +
-                                    std::to_string(kMaxFacesPerPart) + " per file");
+        throw std::invalid_argument("part " + part.name + " would have " + std::to_string(part.faces) +
+                                    " faces, more than " + std::to_string(kMaxFacesPerPart) + " per file");
 }
 
 // The geometry of one part: main body plus horn, the triangle splits, and
@@ -395,33 +420,27 @@ public:
         std::uint64_t rest = m_quads;
         HornShape::Frame horn;
         switch (part.shape) {
-        case PartShape::Head: {
-            const auto n = static_cast<std::uint32_t>(isqrt(m_quads / 6));
-            if (n > 0)
-                m_cube.emplace(n, false, Vec3{ox, 3.35, 0.0}, Vec3{0.72, 0.82, 0.76}, 0.08,
-                               m_noise, kSkin);
-            horn = {{ox, 3.95, 0.0}, {0, 1, 0}, {1, 0, 0}, {0, 0, 1}, {0.35, 0, 0}, 0.75, 0.16};
-            break;
-        }
-        case PartShape::Torso: {
-            const auto n = static_cast<std::uint32_t>(isqrt(m_quads / 6));
-            if (n > 0)
-                m_cube.emplace(n, true, Vec3{ox, 1.75, 0.0}, Vec3{0.95, 0.9, 0.55}, 0.05,
-                               m_noise, kCloth);
-            horn = {{ox + 0.75, 2.1, 0.0}, {1, 0, 0}, {0, 0, 1}, {0, 1, 0}, {0, -0.45, 0},
-                    0.9, 0.2};
-            break;
-        }
-        case PartShape::Base: {
-            const auto C = static_cast<std::uint32_t>(isqrt(m_quads / 4));
-            if (C >= 3) {
-                const auto R = static_cast<std::uint32_t>(m_quads / C);
-                m_torus.emplace(R, C, Vec3{ox, 0.3, 0.0}, 1.05, 0.28, 0.12, m_noise, kStone);
+            case PartShape::Head: {
+                const auto n = static_cast<std::uint32_t>(isqrt(m_quads / 6));
+                if (n > 0) m_cube.emplace(n, false, Vec3{ox, 3.35, 0.0}, Vec3{0.72, 0.82, 0.76}, 0.08, m_noise, kSkin);
+                horn = {{ox, 3.95, 0.0}, {0, 1, 0}, {1, 0, 0}, {0, 0, 1}, {0.35, 0, 0}, 0.75, 0.16};
+                break;
             }
-            horn = {{ox + 1.05, 0.45, 0.0}, {0, 1, 0}, {1, 0, 0}, {0, 0, 1}, {0, 0, 0.25},
-                    0.6, 0.12};
-            break;
-        }
+            case PartShape::Torso: {
+                const auto n = static_cast<std::uint32_t>(isqrt(m_quads / 6));
+                if (n > 0) m_cube.emplace(n, true, Vec3{ox, 1.75, 0.0}, Vec3{0.95, 0.9, 0.55}, 0.05, m_noise, kCloth);
+                horn = {{ox + 0.75, 2.1, 0.0}, {1, 0, 0}, {0, 0, 1}, {0, 1, 0}, {0, -0.45, 0}, 0.9, 0.2};
+                break;
+            }
+            case PartShape::Base: {
+                const auto C = static_cast<std::uint32_t>(isqrt(m_quads / 4));
+                if (C >= 3) {
+                    const auto R = static_cast<std::uint32_t>(m_quads / C);
+                    m_torus.emplace(R, C, Vec3{ox, 0.3, 0.0}, 1.05, 0.28, 0.12, m_noise, kStone);
+                }
+                horn = {{ox + 1.05, 0.45, 0.0}, {0, 1, 0}, {1, 0, 0}, {0, 0, 1}, {0, 0, 0.25}, 0.6, 0.12};
+                break;
+            }
         }
         if (m_cube) rest -= m_cube->quadCount();
         if (m_torus) rest -= m_torus->quadCount();
@@ -440,9 +459,8 @@ public:
     void forEachVertex(Fn&& fn) const {
         auto emit = [&](const Vertex& v) {
             const double k = 0.8 + 0.3 * v.shade;
-            const std::uint32_t word = (toByte(v.material->r * k) << 16) |
-                                       (toByte(v.material->g * k) << 8) |
-                                       toByte(v.material->b * k);
+            const std::uint32_t word =
+                (toByte(v.material->r * k) << 16) | (toByte(v.material->g * k) << 8) | toByte(v.material->b * k);
             fn(v.p, word, static_cast<unsigned char>(toByte(0.5 + 0.9 * v.shade)));
         };
         if (m_cube) m_cube->forEachVertex(emit);
@@ -470,8 +488,7 @@ public:
                 ++split;
                 nextSplit = split < m_splits ? splitPosition(split) : ~std::uint64_t(0);
             } else {
-                const float uv[8] = {q.uv[0], q.uv[1], q.uv[2], q.uv[3],
-                                     q.uv[4], q.uv[5], q.uv[6], q.uv[7]};
+                const float uv[8] = {q.uv[0], q.uv[1], q.uv[2], q.uv[3], q.uv[4], q.uv[5], q.uv[6], q.uv[7]};
                 fn(idx, uv);
             }
             ++quad;
@@ -507,8 +524,7 @@ private:
 std::array<unsigned char, 16> unknownBlockBody(std::uint64_t seed) {
     std::array<unsigned char, 16> body{};
     for (int i = 0; i < 4; ++i)
-        storeU32(body.data() + 4 * i,
-                 static_cast<std::uint32_t>(mix64(seed + 0x40001 + std::uint64_t(i))));
+        storeU32(body.data() + 4 * i, static_cast<std::uint32_t>(mix64(seed + 0x40001 + std::uint64_t(i))));
     return body;
 }
 
@@ -516,9 +532,12 @@ std::array<unsigned char, 16> unknownBlockBody(std::uint64_t seed) {
 
 const char* shapeName(PartShape shape) {
     switch (shape) {
-    case PartShape::Head: return "head";
-    case PartShape::Torso: return "torso";
-    case PartShape::Base: return "base";
+        case PartShape::Head:
+            return "head";
+        case PartShape::Torso:
+            return "torso";
+        case PartShape::Base:
+            return "base";
     }
     return "?";
 }
@@ -527,8 +546,8 @@ SceneGenerator::SceneGenerator(const SceneOptions& options) {
     if (options.faces == 0) throw std::invalid_argument("the face count must be at least 1");
     if (options.files == 0) throw std::invalid_argument("the file count must be at least 1");
     if (options.files > options.faces)
-        throw std::invalid_argument("more files (" + std::to_string(options.files) +
-                                    ") than faces (" + std::to_string(options.faces) + ")");
+        throw std::invalid_argument("more files (" + std::to_string(options.files) + ") than faces (" +
+                                    std::to_string(options.faces) + ")");
     const std::uint64_t each = options.faces / options.files;
     const std::uint64_t extra = options.faces % options.files;
     for (std::uint32_t i = 0; i < options.files; ++i) {
@@ -568,13 +587,9 @@ SceneGenerator SceneGenerator::sample() {
     return SceneGenerator(std::move(parts));
 }
 
-std::uint64_t SceneGenerator::pointCount(const PartParams& part) {
-    return PartBuilder(part).vertexCount();
-}
+std::uint64_t SceneGenerator::pointCount(const PartParams& part) { return PartBuilder(part).vertexCount(); }
 
-std::uint64_t SceneGenerator::triangleCount(const PartParams& part) {
-    return PartBuilder(part).triangleCount();
-}
+std::uint64_t SceneGenerator::triangleCount(const PartParams& part) { return PartBuilder(part).triangleCount(); }
 
 PartStats SceneGenerator::writePart(const PartParams& part, VekWriter& w) {
     const PartBuilder b(part);
@@ -630,8 +645,7 @@ MeshData SceneGenerator::generate(const PartParams& part) {
     MeshData m;
     m.points.reserve(b.vertexCount());
     b.forEachVertex([&](const Vec3& p, std::uint32_t word, unsigned char mk) {
-        m.points.push_back(
-            {static_cast<float>(p.x), static_cast<float>(p.y), static_cast<float>(p.z)});
+        m.points.push_back({static_cast<float>(p.x), static_cast<float>(p.y), static_cast<float>(p.z)});
         if (part.colors) m.mrgb.push_back(word);
         if (part.mask) m.mask.push_back(mk);
     });
@@ -644,8 +658,8 @@ MeshData SceneGenerator::generate(const PartParams& part) {
     return m;
 }
 
-std::vector<PartStats> SceneGenerator::writeAll(
-    const std::string& outDir, const std::function<void(const PartStats&)>& progress) const {
+std::vector<PartStats> SceneGenerator::writeAll(const std::string& outDir,
+                                                const std::function<void(const PartStats&)>& progress) const {
     std::error_code ec;
     std::filesystem::create_directories(outDir, ec);
     if (ec) throw std::runtime_error("cannot create directory " + outDir + ": " + ec.message());

@@ -36,15 +36,15 @@ enum class PartShape { Head, Torso, Base };
 const char* shapeName(PartShape shape);  // "head", "torso", "base"
 
 struct PartParams {
-    std::string name;                  // file stem: <name>.vek
+    std::string name;  // file stem: <name>.vek
     PartShape shape = PartShape::Head;
-    std::uint64_t faces = 0;           // exact number of faces (quads + triangles)
+    std::uint64_t faces = 0;  // exact number of faces (quads + triangles)
     std::uint64_t seed = 1;
-    std::uint32_t slot = 0;            // placement: parts of one shape stand side by side
-    bool uv = true;                    // write a UV4 block
-    bool colors = true;                // write an MRGB block
-    bool mask = false;                 // write a Mask block (one byte per vertex)
-    bool unknownBlock = false;         // write a block with tag kUnknownSampleTag
+    std::uint32_t slot = 0;     // placement: parts of one shape stand side by side
+    bool uv = true;             // write a UV4 block
+    bool colors = true;         // write an MRGB block
+    bool mask = false;          // write a Mask block (one byte per vertex)
+    bool unknownBlock = false;  // write a block with tag kUnknownSampleTag
 };
 
 // Tag of the block that no reader knows, written into parts with unknownBlock.
@@ -65,9 +65,9 @@ struct SceneOptions {
 struct MeshData {
     std::vector<Point3> points;
     std::vector<Face4> faces;
-    std::vector<UV4> uvs;                // empty unless the part asks for UVs
-    std::vector<std::uint32_t> mrgb;     // empty unless the part asks for colours
-    std::vector<unsigned char> mask;     // empty unless the part asks for a mask
+    std::vector<UV4> uvs;             // empty unless the part asks for UVs
+    std::vector<std::uint32_t> mrgb;  // empty unless the part asks for colours
+    std::vector<unsigned char> mask;  // empty unless the part asks for a mask
 };
 
 struct PartStats {
@@ -95,9 +95,8 @@ public:
 
     // Writes every part to <outDir>/<name>.vek (creating outDir), one at a
     // time; calls progress after each file.
-    std::vector<PartStats> writeAll(
-        const std::string& outDir,
-        const std::function<void(const PartStats&)>& progress = {}) const;
+    std::vector<PartStats> writeAll(const std::string& outDir,
+                                    const std::function<void(const PartStats&)>& progress = {}) const;
 
     // Number of points a part has.
     static std::uint64_t pointCount(const PartParams& part);

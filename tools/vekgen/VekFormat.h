@@ -40,31 +40,44 @@ struct VekBlockHeader {
 // "Points", "Face4", "UV4", "Mask", "MRGB", "end", or "unknown".
 constexpr const char* blockName(std::uint32_t tag) {
     switch (tag) {
-    case kTagPoints: return "Points";
-    case kTagFace4: return "Face4";
-    case kTagUV4: return "UV4";
-    case kTagMask: return "Mask";
-    case kTagMRGB: return "MRGB";
-    case kTagEnd: return "end";
-    default: return "unknown";
+        case kTagPoints:
+            return "Points";
+        case kTagFace4:
+            return "Face4";
+        case kTagUV4:
+            return "UV4";
+        case kTagMask:
+            return "Mask";
+        case kTagMRGB:
+            return "MRGB";
+        case kTagEnd:
+            return "end";
+        default:
+            return "unknown";
     }
 }
 
 constexpr bool isKnownTag(std::uint32_t tag) {
-    return tag == kTagEnd || tag == kTagPoints || tag == kTagFace4 || tag == kTagUV4 ||
-           tag == kTagMask || tag == kTagMRGB;
+    return tag == kTagEnd || tag == kTagPoints || tag == kTagFace4 || tag == kTagUV4 || tag == kTagMask ||
+           tag == kTagMRGB;
 }
 
 // Body bytes per counted element of a known block (0 for the end block and
 // for unknown tags, whose bodies have no fixed element size).
 constexpr std::size_t elementSize(std::uint32_t tag) {
     switch (tag) {
-    case kTagPoints: return 12;
-    case kTagFace4: return 16;
-    case kTagUV4: return 32;
-    case kTagMask: return 1;
-    case kTagMRGB: return 4;
-    default: return 0;
+        case kTagPoints:
+            return 12;
+        case kTagFace4:
+            return 16;
+        case kTagUV4:
+            return 32;
+        case kTagMask:
+            return 1;
+        case kTagMRGB:
+            return 4;
+        default:
+            return 0;
     }
 }
 

@@ -34,8 +34,7 @@ std::string printable(const unsigned char* p, std::size_t n) {
 }
 
 std::string describeBlock(const VekBlockInfo& b) {
-    return "block " + b.name + " (tag " + std::to_string(b.tag) + ") at offset " +
-           std::to_string(b.offset);
+    return "block " + b.name + " (tag " + std::to_string(b.tag) + ") at offset " + std::to_string(b.offset);
 }
 
 VekInspection walk(std::uint64_t fileSize, const ReadAt& readAt) {
@@ -48,14 +47,13 @@ VekInspection walk(std::uint64_t fileSize, const ReadAt& readAt) {
     std::memcpy(r.magic.data(), header, std::min<std::size_t>(headerBytes, 4));
     if (headerBytes < kFileHeaderSize) {
         r.status = VekStatus::NotVek;
-        r.message = "not a Vek file: " + std::to_string(headerBytes) +
-                    " bytes, shorter than the 32-byte file header";
+        r.message = "not a Vek file: " + std::to_string(headerBytes) + " bytes, shorter than the 32-byte file header";
         return r;
     }
     if (std::memcmp(header, kMagic, 4) != 0) {
         r.status = VekStatus::NotVek;
-        r.message = "not a Vek file: the file starts with " + hexBytes(header, 4) + " (\"" +
-                    printable(header, 4) + "\") instead of \"Vekb\"";
+        r.message = "not a Vek file: the file starts with " + hexBytes(header, 4) + " (\"" + printable(header, 4) +
+                    "\") instead of \"Vekb\"";
         return r;
     }
 
@@ -64,18 +62,17 @@ VekInspection walk(std::uint64_t fileSize, const ReadAt& readAt) {
         const std::uint64_t left = fileSize - pos;
         if (left == 0) {
             r.status = VekStatus::Truncated;
-            r.message = "truncated: no end block, the file ends after " +
-                        std::to_string(r.blocks.size()) + " blocks at offset " +
-                        std::to_string(pos);
+            r.message = "truncated: no end block, the file ends after " + std::to_string(r.blocks.size()) +
+                        " blocks at offset " + std::to_string(pos);
             return r;
         }
         unsigned char raw[kBlockHeaderSize];
-        const std::size_t got = left < kBlockHeaderSize ? readAt(pos, raw, std::size_t(left))
-                                                        : readAt(pos, raw, kBlockHeaderSize);
+        const std::size_t got =
+            left < kBlockHeaderSize ? readAt(pos, raw, std::size_t(left)) : readAt(pos, raw, kBlockHeaderSize);
         if (got < kBlockHeaderSize) {
             r.status = VekStatus::Truncated;
-            r.message = "truncated: the block header at offset " + std::to_string(pos) +
-                        " has only " + std::to_string(got) + " of its 16 bytes";
+            r.message = "truncated: the block header at offset " + std::to_string(pos) + " has only " +
+                        std::to_string(got) + " of its 16 bytes";
             return r;
         }
         VekBlockInfo b;
@@ -91,16 +88,14 @@ VekInspection walk(std::uint64_t fileSize, const ReadAt& readAt) {
             r.endBlockFound = true;
             r.trailingBytes = fileSize - pos - kBlockHeaderSize;
             if (b.size != kBlockHeaderSize || b.count != 0 || b.reserved != 0)
-                r.warnings.push_back("end block at offset " + std::to_string(pos) +
-                                     " has size " + std::to_string(b.size) + ", count " +
-                                     std::to_string(b.count) + ", reserved " +
+                r.warnings.push_back("end block at offset " + std::to_string(pos) + " has size " +
+                                     std::to_string(b.size) + ", count " + std::to_string(b.count) + ", reserved " +
                                      std::to_string(b.reserved) + " (expected 16, 0, 0)");
             if (r.trailingBytes > 0)
-                r.warnings.push_back(std::to_string(r.trailingBytes) +
-                                     " bytes follow the end block");
+                r.warnings.push_back(std::to_string(r.trailingBytes) + " bytes follow the end block");
             r.status = VekStatus::Ok;
-            r.message = "ok: " + std::to_string(r.blocks.size() - 1) +
-                        " blocks before the end block at offset " + std::to_string(pos);
+            r.message = "ok: " + std::to_string(r.blocks.size() - 1) + " blocks before the end block at offset " +
+                        std::to_string(pos);
             return r;
         }
         if (b.size < kBlockHeaderSize) {
@@ -112,9 +107,8 @@ VekInspection walk(std::uint64_t fileSize, const ReadAt& readAt) {
         }
         if (b.size > left) {
             r.status = VekStatus::Truncated;
-            r.message = "truncated: " + describeBlock(b) + " has size " +
-                        std::to_string(b.size) + " but only " + std::to_string(left) +
-                        " bytes are left in the file";
+            r.message = "truncated: " + describeBlock(b) + " has size " + std::to_string(b.size) + " but only " +
+                        std::to_string(left) + " bytes are left in the file";
             r.badBlock = b;
             return r;
         }
@@ -122,13 +116,11 @@ VekInspection walk(std::uint64_t fileSize, const ReadAt& readAt) {
             const std::uint64_t expected = expectedBlockSize(b.tag, b.count);
             b.sizeMatchesCount = expected == b.size;
             if (!b.sizeMatchesCount)
-                r.warnings.push_back(describeBlock(b) + ": size " + std::to_string(b.size) +
-                                     " does not match count " + std::to_string(b.count) +
-                                     " (expected " + std::to_string(expected) + ")");
+                r.warnings.push_back(describeBlock(b) + ": size " + std::to_string(b.size) + " does not match count " +
+                                     std::to_string(b.count) + " (expected " + std::to_string(expected) + ")");
         }
         if (b.reserved != 0)
-            r.warnings.push_back(describeBlock(b) + ": reserved field is " +
-                                 std::to_string(b.reserved) + ", not 0");
+            r.warnings.push_back(describeBlock(b) + ": reserved field is " + std::to_string(b.reserved) + ", not 0");
         r.blocks.push_back(b);
         pos += b.size;
     }
@@ -138,11 +130,16 @@ VekInspection walk(std::uint64_t fileSize, const ReadAt& readAt) {
 
 const char* statusName(VekStatus status) {
     switch (status) {
-    case VekStatus::Ok: return "ok";
-    case VekStatus::CannotOpen: return "cannot open";
-    case VekStatus::NotVek: return "not a Vek file";
-    case VekStatus::Truncated: return "truncated";
-    case VekStatus::Damaged: return "damaged";
+        case VekStatus::Ok:
+            return "ok";
+        case VekStatus::CannotOpen:
+            return "cannot open";
+        case VekStatus::NotVek:
+            return "not a Vek file";
+        case VekStatus::Truncated:
+            return "truncated";
+        case VekStatus::Damaged:
+            return "damaged";
     }
     return "?";
 }
@@ -179,8 +176,7 @@ VekInspection VekInspector::inspectFile(const std::string& path) {
         return fail("cannot determine its size");
     }
     VekInspection r =
-        walk(static_cast<std::uint64_t>(end), [&](std::uint64_t offset, unsigned char* out,
-                                                  std::size_t n) {
+        walk(static_cast<std::uint64_t>(end), [&](std::uint64_t offset, unsigned char* out, std::size_t n) {
             if (fseeko(f, static_cast<off_t>(offset), SEEK_SET) != 0) return std::size_t(0);
             return std::fread(out, 1, n, f);
         });
@@ -199,20 +195,16 @@ std::string VekInspector::format(const VekInspection& r, const std::string& titl
     out << r.fileSize << " bytes\n";
     if (!r.blocks.empty() || r.badBlock) {
         char line[160];
-        std::snprintf(line, sizeof line, "  %12s %10s  %-8s %10s %12s\n", "offset", "tag", "name",
-                      "count", "size");
+        std::snprintf(line, sizeof line, "  %12s %10s  %-8s %10s %12s\n", "offset", "tag", "name", "count", "size");
         out << line;
         auto row = [&](const VekBlockInfo& b, const char* note) {
             std::snprintf(line, sizeof line, "  %12llu %10lu  %-8s %10lu %12lu%s\n",
-                          static_cast<unsigned long long>(b.offset),
-                          static_cast<unsigned long>(b.tag), b.name.c_str(),
-                          static_cast<unsigned long>(b.count), static_cast<unsigned long>(b.size),
-                          note);
+                          static_cast<unsigned long long>(b.offset), static_cast<unsigned long>(b.tag), b.name.c_str(),
+                          static_cast<unsigned long>(b.count), static_cast<unsigned long>(b.size), note);
             out << line;
         };
         for (const VekBlockInfo& b : r.blocks) row(b, b.sizeMatchesCount ? "" : "  (size/count mismatch)");
-        if (r.badBlock)
-            row(*r.badBlock, r.status == VekStatus::Damaged ? "  (damaged)" : "  (incomplete)");
+        if (r.badBlock) row(*r.badBlock, r.status == VekStatus::Damaged ? "  (damaged)" : "  (incomplete)");
     }
     for (const std::string& w : r.warnings) out << "  warning: " << w << '\n';
     out << "  " << r.message << '\n';

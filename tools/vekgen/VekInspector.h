@@ -34,7 +34,7 @@ struct VekBlockInfo {
     std::uint32_t size = 0;
     std::uint32_t count = 0;
     std::uint32_t reserved = 0;
-    std::string name;        // blockName(tag): "Points", ..., "end" or "unknown"
+    std::string name;              // blockName(tag): "Points", ..., "end" or "unknown"
     bool sizeMatchesCount = true;  // size == 16 + element size x count (known tags only)
 };
 

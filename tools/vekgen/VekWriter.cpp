@@ -30,9 +30,7 @@ VekWriter::VekWriter(MemoryTag, const VekFileHeader& header)
     writeFileHeader(header);
 }
 
-VekWriter VekWriter::inMemory(const VekFileHeader& header) {
-    return VekWriter(MemoryTag{}, header);
-}
+VekWriter VekWriter::inMemory(const VekFileHeader& header) { return VekWriter(MemoryTag{}, header); }
 
 VekWriter::VekWriter(VekWriter&& other) noexcept
     : m_path(std::move(other.m_path)),
@@ -106,8 +104,7 @@ void VekWriter::putBytes(const unsigned char* data, std::size_t n) {
     }
 }
 
-void VekWriter::putHeader(std::uint32_t tag, std::uint32_t size, std::uint32_t count,
-                          std::uint32_t reserved) {
+void VekWriter::putHeader(std::uint32_t tag, std::uint32_t size, std::uint32_t count, std::uint32_t reserved) {
     putU32(tag);
     putU32(size);
     putU32(count);
@@ -116,8 +113,7 @@ void VekWriter::putHeader(std::uint32_t tag, std::uint32_t size, std::uint32_t c
 
 std::uint32_t VekWriter::checkedSize(std::uint64_t bodyBytes) const {
     const std::uint64_t size = kBlockHeaderSize + bodyBytes;
-    if (bodyBytes > std::numeric_limits<std::uint32_t>::max() ||
-        size > std::numeric_limits<std::uint32_t>::max())
+    if (bodyBytes > std::numeric_limits<std::uint32_t>::max() || size > std::numeric_limits<std::uint32_t>::max())
         throw std::length_error("VekWriter: a block of " + std::to_string(bodyBytes) +
                                 " body bytes does not fit the 32-bit size field (" + m_path + ")");
     return static_cast<std::uint32_t>(size);
@@ -135,8 +131,7 @@ void VekWriter::finishPendingBlock() {
     m_blockOpen = false;
     if (offset() != m_blockEnd)
         throw std::logic_error("VekWriter: streamed block body of " + m_path + " ends at byte " +
-                               std::to_string(offset()) + " instead of " +
-                               std::to_string(m_blockEnd));
+                               std::to_string(offset()) + " instead of " + std::to_string(m_blockEnd));
 }
 
 void VekWriter::beginBlock(std::uint32_t tag, std::uint32_t count, std::uint64_t bodyBytes) {
@@ -205,8 +200,7 @@ void VekWriter::endBlock() {
     putHeader(kTagEnd, static_cast<std::uint32_t>(kBlockHeaderSize), 0, 0);
 }
 
-void VekWriter::rawBlock(std::uint32_t tag, std::uint32_t count,
-                         std::span<const unsigned char> body,
+void VekWriter::rawBlock(std::uint32_t tag, std::uint32_t count, std::span<const unsigned char> body,
                          std::optional<std::uint32_t> sizeField, std::uint32_t reserved) {
     checkOpen();
     finishPendingBlock();
@@ -245,16 +239,13 @@ void VekWriter::close() {
 }
 
 const std::vector<unsigned char>& VekWriter::bytes() {
-    if (!m_memoryMode)
-        throw std::logic_error("VekWriter: bytes() is only available for an in-memory writer");
+    if (!m_memoryMode) throw std::logic_error("VekWriter: bytes() is only available for an in-memory writer");
     spill();
     return m_memory;
 }
 
-std::vector<unsigned char> vekFileBytes(std::span<const Point3> points,
-                                        std::span<const Face4> faces,
-                                        std::span<const UV4> uvs,
-                                        std::span<const std::uint32_t> mrgb) {
+std::vector<unsigned char> vekFileBytes(std::span<const Point3> points, std::span<const Face4> faces,
+                                        std::span<const UV4> uvs, std::span<const std::uint32_t> mrgb) {
     VekWriter w = VekWriter::inMemory();
     w.points(points);
     if (!faces.empty()) w.face4(faces);

@@ -78,8 +78,7 @@ public:
     // explicit (possibly wrong) value is given; the whole body is written
     // in any case.
     void rawBlock(std::uint32_t tag, std::uint32_t count, std::span<const unsigned char> body,
-                  std::optional<std::uint32_t> sizeField = std::nullopt,
-                  std::uint32_t reserved = 0);
+                  std::optional<std::uint32_t> sizeField = std::nullopt, std::uint32_t reserved = 0);
     // A bare block header with the given fields and no body.
     void blockHeader(const VekBlockHeader& header);
     // Arbitrary bytes, e.g. half a block header at the end of a truncated file.
@@ -127,8 +126,7 @@ private:
     }
     void spill();
     void putBytes(const unsigned char* data, std::size_t n);
-    void putHeader(std::uint32_t tag, std::uint32_t size, std::uint32_t count,
-                   std::uint32_t reserved);
+    void putHeader(std::uint32_t tag, std::uint32_t size, std::uint32_t count, std::uint32_t reserved);
     std::uint32_t checkedSize(std::uint64_t bodyBytes) const;
     std::uint32_t checkedCount(std::uint64_t count) const;
 
@@ -153,9 +151,7 @@ private:
 
 // Convenience: the bytes of a well-formed file: a Points block, then Face4,
 // UV4 and MRGB blocks for the spans that are not empty, then the end block.
-std::vector<unsigned char> vekFileBytes(std::span<const Point3> points,
-                                        std::span<const Face4> faces = {},
-                                        std::span<const UV4> uvs = {},
-                                        std::span<const std::uint32_t> mrgb = {});
+std::vector<unsigned char> vekFileBytes(std::span<const Point3> points, std::span<const Face4> faces = {},
+                                        std::span<const UV4> uvs = {}, std::span<const std::uint32_t> mrgb = {});
 
 }  // namespace vekgen

@@ -103,16 +103,14 @@ int runScene(const std::vector<std::string>& args) {
     vekgen::SceneGenerator generator(options);
     std::uint64_t faces = 0, bytes = 0;
     const auto stats = generator.writeAll(*outDir, [](const vekgen::PartStats& s) {
-        std::printf("wrote %s: %llu faces (%llu triangles), %llu points, %llu bytes\n",
-                    s.path.c_str(), static_cast<unsigned long long>(s.faces),
-                    static_cast<unsigned long long>(s.triangles),
-                    static_cast<unsigned long long>(s.points),
-                    static_cast<unsigned long long>(s.bytes));
+        std::printf("wrote %s: %llu faces (%llu triangles), %llu points, %llu bytes\n", s.path.c_str(),
+                    static_cast<unsigned long long>(s.faces), static_cast<unsigned long long>(s.triangles),
+                    static_cast<unsigned long long>(s.points), static_cast<unsigned long long>(s.bytes));
         std::fflush(stdout);
     });
     for (const auto& s : stats) faces += s.faces, bytes += s.bytes;
-    std::printf("%zu files, %llu faces, %llu bytes\n", stats.size(),
-                static_cast<unsigned long long>(faces), static_cast<unsigned long long>(bytes));
+    std::printf("%zu files, %llu faces, %llu bytes\n", stats.size(), static_cast<unsigned long long>(faces),
+                static_cast<unsigned long long>(bytes));
     return 0;
 }
 
@@ -121,11 +119,9 @@ int runSample(const std::vector<std::string>& args) {
         throw UsageError("sample takes one output directory");
     const auto stats = vekgen::SceneGenerator::sample().writeAll(args[0]);
     for (const auto& s : stats)
-        std::printf("wrote %s: %llu faces (%llu triangles), %llu points, %llu bytes\n",
-                    s.path.c_str(), static_cast<unsigned long long>(s.faces),
-                    static_cast<unsigned long long>(s.triangles),
-                    static_cast<unsigned long long>(s.points),
-                    static_cast<unsigned long long>(s.bytes));
+        std::printf("wrote %s: %llu faces (%llu triangles), %llu points, %llu bytes\n", s.path.c_str(),
+                    static_cast<unsigned long long>(s.faces), static_cast<unsigned long long>(s.triangles),
+                    static_cast<unsigned long long>(s.points), static_cast<unsigned long long>(s.bytes));
     return 0;
 }
 
@@ -147,8 +143,7 @@ int runBlocks(const std::vector<std::string>& args) {
         throw std::runtime_error(where + ": " + e.what());
     }
     const auto info = vekgen::VekInspector::inspectFile(args[0]);
-    std::printf("wrote %s: %llu bytes\n", args[0].c_str(),
-                static_cast<unsigned long long>(info.fileSize));
+    std::printf("wrote %s: %llu bytes\n", args[0].c_str(), static_cast<unsigned long long>(info.fileSize));
     return 0;
 }
 
