@@ -12,11 +12,14 @@ endfunction()
 
 run(${CMAKE_COMMAND} --install ${BUILD_DIR} --prefix ${PREFIX})
 
-foreach(expected include/ombrel/ombrel.h include/ombrel/geometry/BBox.h bin/ombrel)
+foreach(expected include/ombrel/ombrel.h include/ombrel/geometry/BBox.h include/ombrel/support/QMString.h bin/ombrel)
   if(NOT EXISTS ${PREFIX}/${expected})
     message(FATAL_ERROR "not installed: ${expected}")
   endif()
 endforeach()
+# The installed tool finds the installed library.
+run(${PREFIX}/bin/ombrel --version)
+
 file(GLOB_RECURSE pc_files ${PREFIX}/*/ombrel.pc)
 list(GET pc_files 0 pc_file)
 get_filename_component(pc_dir ${pc_file} DIRECTORY)
