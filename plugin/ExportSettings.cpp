@@ -10,6 +10,7 @@ bool s_binarySTLExport = true;
 double s_declaredFlipAndSwitchCode = 0.0;
 bool s_exportVertexColors = false;
 QMSTLExport* s_stlExporter = nullptr;
+QMVRMLExport* s_vrmlExporter = nullptr;
 
 namespace {
 

@@ -1,6 +1,7 @@
 #pragma once
 
 class QMSTLExport;
+class QMVRMLExport;
 
 // Process-wide export settings, filled by the option setters and read by the
 // export drivers. They keep their values for the life of the loaded library.
@@ -9,5 +10,6 @@ extern bool s_binarySTLExport;              // binary (true, the load-time value
 extern double s_declaredFlipAndSwitchCode;  // stored only: no export reads it
 extern bool s_exportVertexColors;           // per-vertex colours in VRML
 
-// The exporter of the STL export in progress; null between exports.
+// The exporters of the export in progress; null between exports.
 extern QMSTLExport* s_stlExporter;
+extern QMVRMLExport* s_vrmlExporter;

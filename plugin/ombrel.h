@@ -54,6 +54,32 @@ OMBREL_SCRIPT_API double DeleteDeclaredVekFiles(OMBREL_SCRIPT_ARGUMENTS);
 /* Exports of all declared files. */
 /* text: the output STL path. */
 OMBREL_SCRIPT_API double ExportSTLAllDeclaredVek(OMBREL_SCRIPT_ARGUMENTS);
+/* text: the output VRML 2.0 path. */
+OMBREL_SCRIPT_API double ExportVRMLAllDeclaredVek(OMBREL_SCRIPT_ARGUMENTS);
+
+/* Bounding boxes in the script's memory block memBlock1: consecutive records
+ * of six floats (minimum x, y, z, maximum x, y, z), 24 bytes each. */
+/* number: record index; empties that record. -1.0 when memBlock1 is null. */
+OMBREL_SCRIPT_API double InitBBox3D(OMBREL_SCRIPT_ARGUMENTS);
+/* Record 0 := union of records 0 and 1. -1.0 when memBlock1 is null. */
+OMBREL_SCRIPT_API double AddBBox3D(OMBREL_SCRIPT_ARGUMENTS);
+/* text: Vek path; number: BYTE offset of the record to fill (24 x index).
+ * -1.0 when the file cannot be read or the record address is null. */
+OMBREL_SCRIPT_API double GetBBoxFromVekFile(OMBREL_SCRIPT_ARGUMENTS);
+
+/* Files and processes. */
+/* text: the source of the next copies. */
+OMBREL_SCRIPT_API double SetCopySrc(OMBREL_SCRIPT_ARGUMENTS);
+/* text: a destination; copies the source there (failures only logged). */
+OMBREL_SCRIPT_API double DoCopyTo(OMBREL_SCRIPT_ARGUMENTS);
+/* text: a path; -1.0 when it is null or cannot be removed. */
+OMBREL_SCRIPT_API double FileDelete(OMBREL_SCRIPT_ARGUMENTS);
+/* text: a shell command, run to its end; its status is ignored. */
+OMBREL_SCRIPT_API double System(OMBREL_SCRIPT_ARGUMENTS);
+/* Returns the number of online processors. */
+OMBREL_SCRIPT_API double GetNumProcs(OMBREL_SCRIPT_ARGUMENTS);
+/* text: one line for the plug-in's log, after "Script: ". */
+OMBREL_SCRIPT_API double PrintInLog(OMBREL_SCRIPT_ARGUMENTS);
 
 #ifdef __cplusplus
 }

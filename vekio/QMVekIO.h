@@ -64,4 +64,13 @@ public:
     // The box of all points, streamed in fixed chunks. Finds the Points block
     // only when it is the first block of the file.
     bool readBBox(const QMString& name, BBox& box);
+
+    // MRGB colour words (little-endian 0xMMRRGGBB: byte 0 blue, 1 green, 2
+    // red, 3 the unused M byte) as colours x = red, y = green, z = blue in 0..1.
+    // The index is the caller's to check.
+    void convertOneMRGBToColor3f(QMVector3f& colour, const QMArray<std::uint32_t>& mrgb, int index);
+    void convertMRGBBlocToColors3f(QMArray<QMVector3f>& colours, const QMArray<std::uint32_t>& mrgb);
+    // Writes a Vek file holding only an MRGB block; on any failure no file is
+    // left behind and the result is false.
+    bool writeMRGBBloc(const QMString& name, QMArray<std::uint32_t>& mrgb);
 };

@@ -34,6 +34,8 @@ const char* const kScriptExports[] = {
     "DeclareHeight",      "DeclareExportVertexColors",    "StartDeclareVekFiles",
     "AddOneVekFile",      "SetTextureFileNameForLastVek", "DeclareLastVekInvisible",
     "EndDeclareVekFiles", "DeleteDeclaredVekFiles",       "ExportSTLAllDeclaredVek",
+    "ExportVRMLAllDeclaredVek", "InitBBox3D", "AddBBox3D", "GetBBoxFromVekFile", "SetCopySrc", "DoCopyTo",
+    "FileDelete", "System", "GetNumProcs", "PrintInLog",
 };
 
 }  // namespace
@@ -49,7 +51,10 @@ TEST(ExportedSymbols, LinkedInterfaceIsExportedUnderMangledNames) {
     for (const char* name :
          {"computeAllVekFilesBBox()", "getDeclaredVekFileNames()", "getDeclaredTextureFileNames()",
           "getDeclaredVekFileVisibility()", "buildMatrix(QMMatrix4f&, float, BBox const&)",
-          "QMString::getValidFilePath() const", "BBox::add(QMVector3f const&)", "KelvraHelper::setVersion(double)"})
+          "QMString::getValidFilePath() const", "BBox::add(QMVector3f const&)", "KelvraHelper::setVersion(double)",
+          "InitBBox3D(char const*, double, char*, int, char*, int, char**)",
+          "AddBBox3D(char const*, double, char*, int, char*, int, char**)",
+          "GetBBoxFromVekFile(char const*, double, char*, int, char*, int, char**)"})
         EXPECT_EQ(symbols.count(name), 1u) << name;
 }
 
@@ -58,6 +63,7 @@ TEST(ExportedSymbols, InternalClassesStayHidden) {
     for (const std::string& symbol : symbols) {
         EXPECT_EQ(symbol.find("QMSTLExport"), std::string::npos) << symbol;
         EXPECT_EQ(symbol.find("QMVekIO"), std::string::npos) << symbol;
+        EXPECT_EQ(symbol.find("QMVRMLExport"), std::string::npos) << symbol;
         EXPECT_EQ(symbol.find("s_declaredHeight"), std::string::npos) << symbol;
     }
 }
