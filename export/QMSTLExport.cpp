@@ -1,5 +1,6 @@
 #include "export/QMSTLExport.h"
 
+#include "export/AppendText.h"
 #include "export/STLFacetNormal.h"
 #include "support/NumberText.h"
 #include "support/QMDiskServer.h"
@@ -16,16 +17,6 @@ constexpr std::size_t kMaxFacetText = 12 * (kMaxGeneral6Length + 1) + 64;
 
 const char kSolidStart[] = "solid object0 \n";
 const char kSolidEnd[] = "endsolid object0 \n";
-
-char* appendText(char* out, const char* text, std::size_t length) {
-    std::memcpy(out, text, length);
-    return out + length;
-}
-
-template <std::size_t N>
-char* appendLiteral(char* out, const char (&text)[N]) {
-    return appendText(out, text, N - 1);
-}
 
 // Three coordinates, each as "%g " of the float widened to double.
 char* appendCoordinates(char* out, const QMVector3f& v) {

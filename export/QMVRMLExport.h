@@ -29,7 +29,15 @@ public:
     // Opens the file (unchecked: a file that cannot be opened leaves every
     // later write a no-op) and writes the header. Always true.
     bool startExportKMeshes(const QMString& path);
-    // Appends one Shape. `mrgb` may be null.
+    // Appends one Shape. `mrgb` may be null; a null or empty colour list
+    // writes no colours. Inputs beyond what the format describes:
+    //  - only UV entries k < faces.size() are considered, since entry k belongs
+    //    to corner faces[k]; longer UV lists have their tail ignored;
+    //  - when no UV entry is kept (empty faces, or only -1 corners among the
+    //    entries considered) the texture-coordinate piece is left out whole,
+    //    its indices included, as it would have no point list to open;
+    //  - a face list whose size is not a multiple of four prints its complete
+    //    faces only (none when it is shorter than four).
     void writeKMesh(const QMArray<QMVector3f>& points, const QMArray<int>& faces, const QMArray<QMVector2f>& uvs,
                     const QMString& textureName, const QMArray<std::uint32_t>* mrgb);
     // Closes the file. Always true.
@@ -40,5 +48,13 @@ public:
     std::FILE* m_file;
 
 private:
+    void writeAppearance(const QMString& textureName);
+    void writeCoordinates(const QMArray<QMVector3f>& points);
+    void writeCoordIndices(const QMArray<int>& faces);
+    void writeTextureCoordinates(const QMArray<int>& faces, const QMArray<QMVector2f>& uvs);
+    void writeColours(const QMArray<std::uint32_t>& mrgb);
+    template <class Value>
+    void writeFaceLines(const QMArray<int>& faces, const char* firstPrefix, const char* restPrefix, Value value);
+
     QMOutputBuffer m_out;
 };
