@@ -12,7 +12,9 @@
 #include <vector>
 
 // A host session: the loaded library, a directory for the script's files and
-// the log lines the library forms while the test runs.
+// the log lines the library forms while the test runs. The library's settings
+// live as long as the process, like the host's; ctest runs every test in a
+// process of its own, so a test that checks a default sees the load-time value.
 class ScriptTest : public ::testing::Test {
 protected:
     void SetUp() override {
