@@ -3,7 +3,8 @@
 # Run as root on Debian 12; does nothing when everything is already there.
 set -euo pipefail
 
-packages=(cmake ninja-build g++ g++-multilib lib32stdc++-12-dev googletest pkg-config binutils bsdutils)
+packages=(cmake ninja-build g++ g++-multilib lib32stdc++-12-dev googletest pkg-config binutils bsdutils
+  python3 python3-numpy python3-stl python3-vtk9 admesh)
 
 missing=()
 for package in "${packages[@]}"; do

@@ -9,7 +9,9 @@ function(run_exports tool out)
     "export|-o|${out}/own-size.stl|--ascii"
     "export|-o|${out}/tall.stl|--height|7.3"
     "export|-o|${out}/tall-ascii.stl|--ascii|--height|7.3"
-    "export|-o|${out}/mirrored.stl|--ascii|--height|-0.25")
+    "export|-o|${out}/mirrored.stl|--ascii|--height|-0.25"
+    "export|-o|${out}/colours.wrl|--colors|--height|7.3"
+    "export|-o|${out}/plain.wrl")
   foreach(job IN LISTS jobs)
     string(REPLACE "|" ";" job "${job}")
     set(arguments ${job})
@@ -26,10 +28,10 @@ endfunction()
 run_exports(${TOOL} ${SCRATCH}/this)
 run_exports(${REFERENCE} ${SCRATCH}/reference)
 
-file(GLOB_RECURSE outputs RELATIVE ${SCRATCH}/reference ${SCRATCH}/reference/*.stl)
+file(GLOB_RECURSE outputs RELATIVE ${SCRATCH}/reference ${SCRATCH}/reference/*.stl ${SCRATCH}/reference/*.wrl)
 list(LENGTH outputs count)
-if(count LESS 6)
-  message(FATAL_ERROR "expected 6 outputs, found ${count}")
+if(count LESS 9)
+  message(FATAL_ERROR "expected 9 outputs, found ${count}")
 endif()
 foreach(output IN LISTS outputs)
   execute_process(COMMAND ${CMAKE_COMMAND} -E compare_files ${SCRATCH}/this/${output} ${SCRATCH}/reference/${output}

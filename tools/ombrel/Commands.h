@@ -7,6 +7,7 @@
 // the process exit status.
 int runExportCommand(const std::vector<std::string>& arguments);
 int runInfoCommand(const std::vector<std::string>& arguments);
+int runBBoxCommand(const std::vector<std::string>& arguments);
 int runDemoCommand(const std::vector<std::string>& arguments);
 
 // Reads a number option's value; false (after a one-line message) when it is

@@ -1,6 +1,6 @@
 #include "tools/ombrel/Commands.h"
 #include "tools/ombrel/EmbeddedSample.h"
-#include "tools/ombrel/StlExportJob.h"
+#include "tools/ombrel/ExportJob.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -60,13 +60,20 @@ int runDemoCommand(const std::vector<std::string>& arguments) {
     int status = 1;
     if (writeSampleScene(sceneDirectory, files)) {
         std::printf("Sample scene: %u sub-meshes, exported to height %g\n\n", kSampleScene_count, height);
-        StlExportJob job{files, (outputDirectory / "sample-binary.stl").string(), true, height};
-        status = runStlExport(job);
-        if (status == 0) {
+        ExportJob job;
+        job.inputs = files;
+        job.height = height;
+        const std::pair<ExportFormat, const char*> outputs[] = {{ExportFormat::BinaryStl, "sample-binary.stl"},
+                                                                {ExportFormat::AsciiStl, "sample-ascii.stl"},
+                                                                {ExportFormat::Vrml, "sample-colours.wrl"}};
+        status = 0;
+        for (const auto& [format, name] : outputs) {
+            if (status != 0) break;
+            job.format = format;
+            job.output = (outputDirectory / name).string();
+            job.vertexColors = format == ExportFormat::Vrml;
+            status = runExport(job);
             std::printf("\n");
-            job.output = (outputDirectory / "sample-ascii.stl").string();
-            job.binary = false;
-            status = runStlExport(job);
         }
     } else {
         std::fprintf(stderr, "ombrel: cannot write the sample scene to %s\n", sceneDirectory.c_str());

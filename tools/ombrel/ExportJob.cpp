@@ -1,4 +1,4 @@
-#include "tools/ombrel/StlExportJob.h"
+#include "tools/ombrel/ExportJob.h"
 
 #include "geometry/BBox.h"
 #include "geometry/QMMatrix4f.h"
@@ -7,8 +7,8 @@
 #include "tools/ombrel/ExportProgress.h"
 #include "tools/ombrel/InputChecks.h"
 #include "tools/ombrel/LibraryPath.h"
+#include "tools/ombrel/OutputSummary.h"
 #include "tools/ombrel/ScriptCalls.h"
-#include "tools/ombrel/StlSummary.h"
 
 #include <cstdio>
 #include <filesystem>
@@ -31,54 +31,84 @@ BBox placedBox(const BBox& bounds, float height, float& scale) {
     return placed;
 }
 
+// Declares the files as the host script does, each followed by its texture
+// name when the user gave one.
+void declareFiles(const ExportJob& job) {
+    callScript(StartDeclareVekFiles);
+    for (const std::string& input : job.inputs) {
+        callScript(AddOneVekFile, toLibraryPath(input));
+        for (const auto& [file, texture] : job.textures)
+            if (toLibraryPath(file) == toLibraryPath(input)) callScript(SetTextureFileNameForLastVek, texture);
+    }
+    callScript(EndDeclareVekFiles);
+}
+
+const char* reportTitle(ExportFormat format) {
+    switch (format) {
+        case ExportFormat::BinaryStl:
+            return "Binary STL";
+        case ExportFormat::AsciiStl:
+            return "ASCII STL";
+        case ExportFormat::Vrml:
+            return "VRML";
+    }
+    return "";
+}
+
+int fail(const std::string& problem, int status) {
+    std::fprintf(stderr, "ombrel: %s\n", problem.c_str());
+    return status;
+}
+
 }  // namespace
 
-int runStlExport(const StlExportJob& job) {
-    if (job.inputs.empty()) {
-        std::fprintf(stderr, "ombrel: no Vek file given\n");
-        return 2;
+const char* formatName(ExportFormat format) {
+    switch (format) {
+        case ExportFormat::BinaryStl:
+            return "binary STL";
+        case ExportFormat::AsciiStl:
+            return "ASCII STL";
+        case ExportFormat::Vrml:
+            return "VRML";
     }
+    return "";
+}
+
+int runExport(const ExportJob& job) {
+    if (job.inputs.empty()) return fail("no Vek file given", 2);
     for (const std::string& input : job.inputs) {
         std::string problem = checkVekInput(input);
-        if (!problem.empty()) {
-            std::fprintf(stderr, "ombrel: %s\n", problem.c_str());
-            return 1;
-        }
+        if (!problem.empty()) return fail(problem, 1);
     }
     std::string problem = checkWritableOutput(job.output);
-    if (!problem.empty()) {
-        std::fprintf(stderr, "ombrel: %s\n", problem.c_str());
-        return 1;
-    }
+    if (!problem.empty()) return fail(problem, 1);
 
     callScript(InitExporter, nullptr, kToolHostVersion);
-    callScript(StartDeclareVekFiles);
-    for (const std::string& input : job.inputs) callScript(AddOneVekFile, toLibraryPath(input));
-    callScript(EndDeclareVekFiles);
-
+    declareFiles(job);
     const BBox bounds = computeAllVekFilesBBox();
     const double height = job.height ? *job.height : double(bounds.m_max.y) - double(bounds.m_min.y);
-    callScript(DeclareBinaryOrASCII, job.binary ? "BINARY" : "ASCII");
     callScript(DeclareHeight, nullptr, height);
-
     const std::string output = toLibraryPath(job.output);
     {
-        ExportProgress progress(job.binary ? "binary STL" : "ASCII STL", job.inputs.size());
-        callScript(ExportSTLAllDeclaredVek, output);
+        ExportProgress progress(formatName(job.format), job.inputs.size());
+        if (job.format == ExportFormat::Vrml) {
+            callScript(DeclareExportVertexColors, job.vertexColors ? "YES" : "NO");
+            callScript(ExportVRMLAllDeclaredVek, output);
+        } else {
+            callScript(DeclareBinaryOrASCII, job.format == ExportFormat::BinaryStl ? "BINARY" : "ASCII");
+            callScript(ExportSTLAllDeclaredVek, output);
+        }
     }
 
-    const StlSummary summary = summarizeStl(job.output, job.binary);
-    if (!summary.readable) {
-        std::fprintf(stderr, "ombrel: %s: the export wrote no file\n", job.output.c_str());
-        return 1;
-    }
+    const OutputSummary summary = summarizeOutput(job.output, job.format);
+    if (!summary.readable) return fail(job.output + ": the export wrote no file", 1);
     float scale = 1.0f;
     const BBox placed = placedBox(bounds, static_cast<float>(height), scale);
-    std::printf("%s STL: %s\n", job.binary ? "Binary" : "ASCII",
-                std::filesystem::absolute(job.output).lexically_normal().c_str());
-    std::printf("  %llu triangles, %llu bytes, from %zu Vek file%s\n",
-                static_cast<unsigned long long>(summary.triangles), static_cast<unsigned long long>(summary.bytes),
-                job.inputs.size(), job.inputs.size() == 1 ? "" : "s");
+    std::printf("%s: %s\n", reportTitle(job.format), std::filesystem::absolute(job.output).lexically_normal().c_str());
+    std::printf("  %llu %s, %llu bytes, from %zu Vek file%s%s\n", static_cast<unsigned long long>(summary.items),
+                job.format == ExportFormat::Vrml ? "shapes" : "triangles",
+                static_cast<unsigned long long>(summary.bytes), job.inputs.size(), job.inputs.size() == 1 ? "" : "s",
+                job.format == ExportFormat::Vrml && job.vertexColors ? ", with vertex colours" : "");
     if (!bounds.isInitialized()) {
         std::printf("  the scene holds no points\n");
         return 0;

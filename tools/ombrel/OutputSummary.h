@@ -1,13 +1,16 @@
 #pragma once
 
+#include "tools/ombrel/ExportJob.h"
+
 #include <cstdint>
 #include <string>
 
-// What an STL file holds, read back from disk after an export.
-struct StlSummary {
+// What an exported file holds, read back from disk after the export.
+struct OutputSummary {
     bool readable = false;
     std::uint64_t bytes = 0;
-    std::uint64_t triangles = 0;  // the header count (binary) or the facets (ASCII)
+    // Triangles (STL: the header count, or the ASCII facets) or shapes (VRML).
+    std::uint64_t items = 0;
 };
 
-StlSummary summarizeStl(const std::string& path, bool binary);
+OutputSummary summarizeOutput(const std::string& path, ExportFormat format);

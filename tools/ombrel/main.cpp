@@ -14,15 +14,22 @@ const char kUsage[] =
     "\n"
     "Commands:\n"
     "  export -o OUT.stl [--ascii|--binary] [--height H] FILE.vek...\n"
-    "      Writes all Vek files as one STL file (binary by default), with the\n"
-    "      scene's minimum corner at the origin. With --height the scene is\n"
-    "      scaled so that its extent along Y is H; without it the scene keeps\n"
-    "      its own size.\n"
+    "  export -o OUT.wrl [--colors] [--texture FILE.vek=NAME]... [--height H] FILE.vek...\n"
+    "      Writes all Vek files as one file, with the scene's minimum corner at\n"
+    "      the origin: STL (binary unless --ascii), or VRML 2.0 when the output\n"
+    "      ends in .wrl or .vrml (--stl and --vrml choose explicitly). With\n"
+    "      --height the scene is scaled so that its extent along Y is H;\n"
+    "      without it the scene keeps its own size. VRML: --colors writes the\n"
+    "      files' vertex colours; --texture names a file's texture (default:\n"
+    "      the Vek file's own name).\n"
+    "  bbox FILE.vek...\n"
+    "      Prints each file's bounding box and, for several files, their union.\n"
     "  info FILE.vek...\n"
     "      Lists the blocks of each file: tag, name, count, size, offset.\n"
     "  demo [-o DIR] [--height H]\n"
-    "      Exports the built-in sample scene as binary and ASCII STL into DIR\n"
-    "      (default ./ombrel-demo), scaled to height H (default 100).\n"
+    "      Exports the built-in sample scene as binary STL, ASCII STL and VRML\n"
+    "      with vertex colours into DIR (default ./ombrel-demo), scaled to\n"
+    "      height H (default 100).\n"
     "\n"
     "Options:\n"
     "  -h, --help     show this help and exit\n"
@@ -57,6 +64,7 @@ int main(int argc, char** argv) {
     }
     if (command == "export") return runExportCommand(arguments);
     if (command == "info") return runInfoCommand(arguments);
+    if (command == "bbox") return runBBoxCommand(arguments);
     if (command == "demo") return runDemoCommand(arguments);
     std::fprintf(stderr, "ombrel: unknown command '%s' (try ombrel --help)\n", command.c_str());
     return 2;
