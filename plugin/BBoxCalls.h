@@ -11,8 +11,8 @@
 // y, z), 24 bytes each; size1, memBlock2, size2 and hostData are not read.
 
 // Empties the record whose index is `number`: minimum x := 0, maximum x := -1.
-OMBREL_API double InitBBox3D(const char* text, double number, char* memBlock1, int size1, char* memBlock2,
-                             int size2, char** hostData);
+OMBREL_API double InitBBox3D(const char* text, double number, char* memBlock1, int size1, char* memBlock2, int size2,
+                             char** hostData);
 // Record 0 := union of records 0 and 1.
 OMBREL_API double AddBBox3D(const char* text, double number, char* memBlock1, int size1, char* memBlock2, int size2,
                             char** hostData);

@@ -30,12 +30,28 @@ std::set<std::string> definedDynamicSymbols(bool demangle) {
 }
 
 const char* const kScriptExports[] = {
-    "InitExporter",       "DeclareFlipAndSwitch",         "DeclareBinaryOrASCII",
-    "DeclareHeight",      "DeclareExportVertexColors",    "StartDeclareVekFiles",
-    "AddOneVekFile",      "SetTextureFileNameForLastVek", "DeclareLastVekInvisible",
-    "EndDeclareVekFiles", "DeleteDeclaredVekFiles",       "ExportSTLAllDeclaredVek",
-    "ExportVRMLAllDeclaredVek", "InitBBox3D", "AddBBox3D", "GetBBoxFromVekFile", "SetCopySrc", "DoCopyTo",
-    "FileDelete", "System", "GetNumProcs", "PrintInLog",
+    "InitExporter",
+    "DeclareFlipAndSwitch",
+    "DeclareBinaryOrASCII",
+    "DeclareHeight",
+    "DeclareExportVertexColors",
+    "StartDeclareVekFiles",
+    "AddOneVekFile",
+    "SetTextureFileNameForLastVek",
+    "DeclareLastVekInvisible",
+    "EndDeclareVekFiles",
+    "DeleteDeclaredVekFiles",
+    "ExportSTLAllDeclaredVek",
+    "ExportVRMLAllDeclaredVek",
+    "InitBBox3D",
+    "AddBBox3D",
+    "GetBBoxFromVekFile",
+    "SetCopySrc",
+    "DoCopyTo",
+    "FileDelete",
+    "System",
+    "GetNumProcs",
+    "PrintInLog",
 };
 
 }  // namespace

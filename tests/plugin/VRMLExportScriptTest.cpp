@@ -86,8 +86,7 @@ TEST_F(VRMLScriptTest, EmptyRegistryWritesHeaderOnly) {
 
 TEST_F(VRMLScriptTest, TriangleThenQuadWithUVsAndDefaultTexture) {
     declare({mesh("tq.vek", kFivePoints, kTriangleThenQuad, kTriangleThenQuadUVs)});
-    EXPECT_EQ(exportVRML(1.0),
-              kHeader + shape("tq.vek", std::string(kFivePointsText) + kTriangleThenQuadUVText));
+    EXPECT_EQ(exportVRML(1.0), kHeader + shape("tq.vek", std::string(kFivePointsText) + kTriangleThenQuadUVText));
 }
 
 TEST_F(VRMLScriptTest, TwoQuadsWithUVsCountTheirCorners) {
@@ -131,15 +130,15 @@ TEST_F(VRMLScriptTest, ColoursAreWrittenOnlyWhenTurnedOn) {
     const std::string plain = exportVRML(1.0);
     EXPECT_EQ(plain, kHeader + shape("c.vek", kFivePointsText));
     host.call("DeclareExportVertexColors", "yEs");
-    EXPECT_EQ(exportVRML(1.0), kHeader + shape("c.vek", std::string(kFivePointsText) +
-                                                            "\n    colorPerVertex TRUE \n    color Color {\n"
-                                                            "      color [\n"
-                                                            "        1.000000 0.501961 0.000000, \n"
-                                                            "        0.000000 0.000000 0.000000, \n"
-                                                            "        1.000000 1.000000 1.000000, \n"
-                                                            "        1.000000 0.000000 0.000000, \n"
-                                                            "        0.000000 0.000000 1.000000] \n"
-                                                            "    }\n"));
+    EXPECT_EQ(exportVRML(1.0),
+              kHeader + shape("c.vek", std::string(kFivePointsText) + "\n    colorPerVertex TRUE \n    color Color {\n"
+                                                                      "      color [\n"
+                                                                      "        1.000000 0.501961 0.000000, \n"
+                                                                      "        0.000000 0.000000 0.000000, \n"
+                                                                      "        1.000000 1.000000 1.000000, \n"
+                                                                      "        1.000000 0.000000 0.000000, \n"
+                                                                      "        0.000000 0.000000 1.000000] \n"
+                                                                      "    }\n"));
     for (const char* word : {"Y", "TRUE", "1", "YES "}) {
         host.call("DeclareExportVertexColors", word);
         EXPECT_EQ(exportVRML(1.0), plain) << word;
