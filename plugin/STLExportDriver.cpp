@@ -1,6 +1,7 @@
 #include "export/QMSTLExport.h"
 #include "geometry/QMMatrix4f.h"
 #include "plugin/DeclaredVekFiles.h"
+#include "plugin/ExportDriverSteps.h"
 #include "plugin/ExportSettings.h"
 #include "plugin/ScriptCallGuard.h"
 #include "plugin/ombrel.h"
@@ -19,6 +20,13 @@ BBox computeAllVekFilesBBox() {
     return bounds;
 }
 
+QMMatrix4f computeScenePlacement() {
+    const BBox bounds = computeAllVekFilesBBox();
+    QMMatrix4f matrix;  // the identity, type 0
+    buildMatrix(matrix, static_cast<float>(s_declaredHeight), bounds);
+    return matrix;
+}
+
 // One STL file of every declared Vek file, placed by one matrix: the scene's
 // minimum corner at the origin, its height along Y the declared height. Every
 // file is read twice, once for the scene bounds and once for writing.
@@ -27,16 +35,7 @@ double ExportSTLAllDeclaredVek(OMBREL_SCRIPT_ARGUMENTS) {
         QMLogServer::printLine(QMString("ExportSTLAllDeclaredVek called : compAllBBox + buildMatrix + writeAllKMesh"));
         QMLogServer::printLine(QMString(" -> %s"), text);
 
-        delete s_stlExporter;
-        s_stlExporter = nullptr;
-        s_stlExporter = new QMSTLExport();
-
-        const BBox bounds = computeAllVekFilesBBox();
-        QMMatrix4f matrix;  // the identity, type 0
-        buildMatrix(matrix, static_cast<float>(s_declaredHeight), bounds);
-        s_stlExporter->m_matrix = matrix;
-        s_stlExporter->m_useMatrix = true;
-
+        placeExporter(*replaceExporter(s_stlExporter));
         s_stlExporter->startExportKMeshes(QMString(text), s_binarySTLExport);
         QMArray<QMVector3f> vertices;
         QMArray<int> faces;

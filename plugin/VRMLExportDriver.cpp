@@ -1,6 +1,7 @@
 #include "export/QMVRMLExport.h"
 #include "geometry/QMMatrix4f.h"
 #include "plugin/DeclaredVekFiles.h"
+#include "plugin/ExportDriverSteps.h"
 #include "plugin/ExportSettings.h"
 #include "plugin/ScriptCallGuard.h"
 #include "plugin/ombrel.h"
@@ -18,15 +19,7 @@ double ExportVRMLAllDeclaredVek(OMBREL_SCRIPT_ARGUMENTS) {
         QMLogServer::printLine(QMString("ExportVRMLAllDeclaredVek called : compAllBBox + buildMatrix + writeAllKMesh"));
         QMLogServer::printLine(QMString(" -> %s"), text);
 
-        delete s_vrmlExporter;
-        s_vrmlExporter = nullptr;
-        s_vrmlExporter = new QMVRMLExport();
-
-        const BBox bounds = computeAllVekFilesBBox();
-        QMMatrix4f matrix;  // the identity, type 0
-        buildMatrix(matrix, static_cast<float>(s_declaredHeight), bounds);
-        s_vrmlExporter->m_matrix = matrix;
-        s_vrmlExporter->m_useMatrix = true;
+        placeExporter(*replaceExporter(s_vrmlExporter));
 
         QMArray<QMVector3f> vertices;
         QMArray<int> faces;
