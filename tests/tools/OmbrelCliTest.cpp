@@ -176,3 +176,86 @@ TEST_F(OmbrelCliTest, ProgressOnATerminalNamesEachFile) {
     EXPECT_NE(result.out.find("file 1 of 2 (1 faces)"), std::string::npos) << result.out;
     EXPECT_NE(result.out.find("file 2 of 2 (1 faces)"), std::string::npos) << result.out;
 }
+
+TEST_F(OmbrelCliTest, WrlOutputIsVrmlWithTextureAndColours) {
+    writeVekFile(dir.file("c.vek"), [](vekgen::VekWriter& w) {
+        w.points(kOffsetTriangle);
+        w.face4(std::vector<vekgen::Face4>{{0, 1, 2, -1}});
+        w.mrgb(std::vector<std::uint32_t>{0x00FF0000u, 0x0000FF00u, 0x000000FFu});
+        w.endBlock();
+    });
+    CommandResult result = ombrel({"export", "-o", "out.wrl", "--colors", "--texture", "c.vek=skin.png", "c.vek"});
+    ASSERT_EQ(result.exitStatus, 0) << result.err;
+    EXPECT_EQ(readFileText(dir.file("out.wrl")),
+              "#VRML V2.0 utf8\n\n#Created by Kelvra VRML exporter\n\n\n"
+              "\nShape { \n"
+              "\n  appearance Appearance { \n    texture ImageTexture { \n      url \"skin.png\" \n"
+              "      repeatS TRUE \n      repeatT TRUE \n    } \n  } \n"
+              "\n  geometry IndexedFaceSet { \n"
+              "    coord Coordinate { \n"
+              "      point [ 0.000000 0.000000 0.000000,\n"
+              "         2.000000 0.000000 0.000000,\n"
+              "         0.000000 2.000000 0.000000]\n"
+              "    }\n"
+              "    coordIndex [ 0, 1, 2]\n"
+              "\n    colorPerVertex TRUE \n    color Color {\n      color [\n"
+              "        1.000000 0.000000 0.000000, \n"
+              "        0.000000 1.000000 0.000000, \n"
+              "        0.000000 0.000000 1.000000] \n"
+              "    }\n"
+              "  } \n} \n");
+    EXPECT_NE(result.out.find("VRML: "), std::string::npos) << result.out;
+    EXPECT_NE(result.out.find("1 shapes"), std::string::npos) << result.out;
+}
+
+TEST_F(OmbrelCliTest, StlFlagWinsOverTheWrlExtension) {
+    const std::string input = triangleFile("t.vek", kOffsetTriangle);
+    CommandResult result = ombrel({"export", "--stl", "--ascii", "-o", "out.wrl", input});
+    ASSERT_EQ(result.exitStatus, 0) << result.err;
+    EXPECT_EQ(readFileText(dir.file("out.wrl")), kOffsetTriangleAtOrigin);
+}
+
+TEST_F(OmbrelCliTest, VrmlFlagWinsOverTheStlExtension) {
+    const std::string input = triangleFile("t.vek", kOffsetTriangle);
+    CommandResult result = ombrel({"export", "--vrml", "-o", "out.stl", input});
+    ASSERT_EQ(result.exitStatus, 0) << result.err;
+    EXPECT_EQ(readFileText(dir.file("out.stl")).rfind("#VRML V2.0 utf8\n", 0), 0u);
+}
+
+TEST_F(OmbrelCliTest, MalformedTextureOptionIsAUsageError) {
+    const std::string input = triangleFile("t.vek", kOffsetTriangle);
+    CommandResult result = ombrel({"export", "-o", "out.wrl", "--texture", "skin.png", input});
+    EXPECT_EQ(result.exitStatus, 2);
+    EXPECT_EQ(result.err, "ombrel: --texture needs FILE.vek=NAME, not 'skin.png'\n");
+}
+
+TEST_F(OmbrelCliTest, BBoxPrintsEachFileAndTheUnion) {
+    triangleFile("a.vek", kOffsetTriangle);
+    triangleFile("b.vek", {{-1, 0, 0}, {0, 1, 0}, {0, 0, 9}});
+    CommandResult result = ombrel({"bbox", "a.vek", "b.vek"});
+    ASSERT_EQ(result.exitStatus, 0) << result.err;
+    EXPECT_EQ(result.out,
+              "a.vek: (2, 3, 4) to (4, 5, 4)\n"
+              "b.vek: (-1, 0, 0) to (0, 1, 9)\n"
+              "union: (-1, 0, 0) to (4, 5, 9)\n");
+}
+
+TEST_F(OmbrelCliTest, BBoxNeedsPointsFirst) {
+    writeVekFile(dir.file("f.vek"), [](vekgen::VekWriter& w) {
+        w.face4(std::vector<vekgen::Face4>{{0, 1, 2, -1}});
+        w.points(kOffsetTriangle);
+        w.endBlock();
+    });
+    CommandResult result = ombrel({"bbox", "f.vek"});
+    EXPECT_EQ(result.exitStatus, 1);
+    EXPECT_EQ(result.err, "ombrel: f.vek: no readable Points block at the start of the file\n");
+}
+
+TEST_F(OmbrelCliTest, DemoAlsoWritesColouredVrml) {
+    CommandResult result = ombrel({"demo", "-o", "demo"});
+    ASSERT_EQ(result.exitStatus, 0) << result.err;
+    const std::string vrml = readFileText(dir.file("demo/sample-colours.wrl"));
+    EXPECT_EQ(vrml.rfind("#VRML V2.0 utf8\n", 0), 0u);
+    EXPECT_NE(vrml.find("    colorPerVertex TRUE \n"), std::string::npos);
+    EXPECT_NE(result.out.find("3 shapes"), std::string::npos) << result.out;
+}
