@@ -7,6 +7,8 @@
 #include <cstddef>
 #include <type_traits>
 
+class QMQuaternion;
+
 // 4x4 float transform, column-major, for column vectors.
 //
 // Element (row r, column c) is m_data[4 * c + r]; the translation is
@@ -76,6 +78,73 @@ public:
     void updateMatrixType();
     // Always true.
     bool isValid() const;
+
+    // ------------------------------------------------ kernels beyond export
+
+    // Copies 16 floats (column-major), then updateMatrixType().
+    void setValue(const float values[16]);
+    // Columns x, y, z and translation origin, last row (0, 0, 0, 1); type 4.
+    void setBase(const QMVector3f& x, const QMVector3f& y, const QMVector3f& z, const QMVector3f& origin);
+    // Scale by factor along axis (normalised here), I + (factor - 1) n n^T;
+    // a zero axis gives the identity. Type 4.
+    void setScale(const QMVector3f& axis, float factor);
+    // Rotation by angle about axis (normalised here; a zero axis gives the
+    // identity). Type 2.
+    void setRotation(const QMVector3f& axis, float angle);
+    // Rotation of q (any non-zero length) about centre: T(c) R T(-c). Type 2.
+    void setRotation(const QMQuaternion& q, const QMVector3f& centre);
+    // Rotation by angle about axis through centre. Type 2.
+    void setRotation(const QMVector3f& axis, float angle, const QMVector3f& centre);
+    // Rotation taking the direction from onto to, as QMQuaternion(from, to):
+    // parallel and opposite directions give the identity. Type 2.
+    void setRotationFromTo(const QMVector3f& from, const QMVector3f& to);
+    // The matrix whose rows are x, y, z: it takes the frame (x, y, z) onto
+    // the coordinate axes. Type 2.
+    void setRotationFromAxisToXYZ(const QMVector3f& x, const QMVector3f& y, const QMVector3f& z);
+    // The matrix whose columns are x, y, z: it takes the coordinate axes
+    // onto the frame. Type 2.
+    void setRotationFromXYZToAxis(const QMVector3f& x, const QMVector3f& y, const QMVector3f& z);
+    // Takes frame 1 onto frame 2: FromXYZToAxis(2) FromAxisToXYZ(1). Type 2.
+    void setRotationFromAxisToAxis(const QMVector3f& x1, const QMVector3f& y1, const QMVector3f& z1,
+                                   const QMVector3f& x2, const QMVector3f& y2, const QMVector3f& z2);
+
+    // this = m this and this = this m (summed in double); type 6.
+    void multLeftBy(const QMMatrix4f& m);
+    void multRightBy(const QMMatrix4f& m);
+
+    // General inverse (QMMatrixCode::inverseMatrix) into result, which takes
+    // this matrix's type code. Sets s_inversibleFlag to 1 on success, 0 on
+    // failure (result then unspecified). Returns the success.
+    bool inverse(QMMatrix4f& result) const;
+    // Transposes the upper-left 3x3 block in place; type unchanged.
+    void transpose3();
+
+    // Divides each of the three first columns by its length (a zero column
+    // is left as it is), removing scale from a rotation-and-scale block.
+    void normalizeMatrix();
+    // Gram-Schmidt on the three first columns: X normalised, Y made
+    // orthogonal to X and normalised, Z = X x Y (a right-handed frame).
+    void orthoNormalizeMatrix();
+    // Cosine of the rotation angle of the block: (m0 + m5 + m10 - 1) / 2 in
+    // double, clamped to [-1, 1].
+    float getCosAngle() const;
+    // For a matrix of type 5 (a view projection): true when the point lies
+    // in front, w = m3 x + m7 y + m11 z + m15 > 0. False for any other type.
+    bool isFront(const QMVector3f& p) const;
+
+    // this = T M S: T the translation, S = diag(lengths of the three first
+    // columns), M the block with its columns divided by them. Outputs type 6.
+    void getTMSDecomp(QMMatrix4f& t, QMMatrix4f& m, QMMatrix4f& s) const;
+    // Polar decomposition of the block A = R S (R orthogonal, S symmetric),
+    // by the averaged iteration R <- (R + R^-T) / 2 in double; translation
+    // dropped. False when the block is singular. Outputs type 6.
+    bool getRSDecomp(QMMatrix4f& r, QMMatrix4f& s) const;
+    // this = T R S with T the translation and R S as getRSDecomp.
+    bool getTRSDecomp(QMMatrix4f& t, QMMatrix4f& r, QMMatrix4f& s) const;
+    // Translation, rotation (as a unit quaternion) and the scale diagonal of
+    // getTRSDecomp's S, a mirror folded into negative scales. False when the
+    // block is singular.
+    bool getTransform(QMVector3f& translation, QMQuaternion& rotation, QMVector3f& scale) const;
 
     static const QMMatrix4f m_identity;
     // Set by matrix inversion; initially 0.

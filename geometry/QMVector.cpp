@@ -1,63 +1,11 @@
 #include "geometry/QMVector.h"
 
 #include "geometry/IndexedSort.h"
+#include "geometry/PortableMath.h"
 
 #include <bit>
 #include <cmath>
 #include <cstdint>
-
-namespace {
-
-// Arc cosine built from IEEE basic operations and sqrt only, so that it gives
-// the same bits in every build (the C library's acos is x87 code on 32-bit
-// x86 and differs from the 64-bit one in the last bit). Classic rational
-// approximation of asin on [0, 0.5] with the half-angle reduction for
-// |x| >= 0.5; error below one unit in the last place. Inputs outside [-1, 1]
-// are clamped; a NaN gives a NaN.
-double portableAcos(double x) {
-    const double pi = 3.14159265358979311600e+00;
-    const double pio2_hi = 1.57079632679489655800e+00;
-    const double pio2_lo = 6.12323399573676603587e-17;
-    const double pS0 = 1.66666666666666657415e-01;
-    const double pS1 = -3.25565818622400915405e-01;
-    const double pS2 = 2.01212532134862925881e-01;
-    const double pS3 = -4.00555345006794114027e-02;
-    const double pS4 = 7.91534994289814532176e-04;
-    const double pS5 = 3.47933107596021167570e-05;
-    const double qS1 = -2.40339491173441421878e+00;
-    const double qS2 = 2.02094576023350569471e+00;
-    const double qS3 = -6.88283971605453293030e-01;
-    const double qS4 = 7.70381505559019352791e-02;
-
-    auto ratio = [&](double z) {
-        const double p = z * (pS0 + z * (pS1 + z * (pS2 + z * (pS3 + z * (pS4 + z * pS5)))));
-        const double q = 1.0 + z * (qS1 + z * (qS2 + z * (qS3 + z * qS4)));
-        return p / q;
-    };
-
-    if (x >= 1.0) return 0.0;
-    if (x <= -1.0) return pi;
-    if (std::fabs(x) < 0.5) {
-        if (std::fabs(x) < 0x1p-57) return pio2_hi + pio2_lo;
-        const double r = ratio(x * x);
-        return pio2_hi - (x - (pio2_lo - x * r));
-    }
-    if (x < 0.0) {
-        const double z = (1.0 + x) * 0.5;
-        const double s = std::sqrt(z);
-        const double w = ratio(z) * s - pio2_lo;
-        return pi - 2.0 * (s + w);
-    }
-    const double z = (1.0 - x) * 0.5;
-    const double s = std::sqrt(z);
-    // s split into a head with a zero low word and a correction c.
-    const double df = std::bit_cast<double>(std::bit_cast<std::uint64_t>(s) & 0xffffffff00000000ull);
-    const double c = (z - df * df) / (s + df);
-    const double w = ratio(z) * s + c;
-    return 2.0 * (df + w);
-}
-
-}  // namespace
 
 const QMVector2f QMVector2f::m_zero(0.0f, 0.0f);
 
@@ -168,7 +116,7 @@ double QMVector3f::angleD(const QMVector3f& other) const {
     const double c = (double)dot(other) / product;
     if (c <= -1.0) return 3.141592653589793;
     if (c >= 1.0) return 0.0;
-    return portableAcos(c);
+    return PortableMath::acos(c);
 }
 
 void QMVector3f::indexedSort(QMArray<int>& indices, const QMArray<QMVector3f>& points, float eps) {
