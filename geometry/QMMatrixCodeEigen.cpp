@@ -46,7 +46,7 @@ struct Jacobi {
         double t;
         // Small element against the tolerance: first-order angle a_pq / h.
         // An exactly zero h would divide by zero, so it takes the exact
-        // formula instead (theta = 0, a quarter turn by 45 degrees).
+        // formula instead (theta = 0: a rotation by 45 degrees).
         if (100.0 * std::fabs(apq) < tolerance && h != 0.0) {
             t = apq / h;
         } else {
