@@ -19,7 +19,11 @@ install(FILES ${OMBREL_PUBLIC_GEOMETRY_HEADERS} DESTINATION ${OMBREL_INCLUDE_ROO
 install(FILES
   support/OmbrelApi.h support/QMArray.h support/QMString.h support/QMDiskServer.h
   support/QMLogArgument.h support/QMLogServer.h support/QMInfoMsg.h support/NumberText.h
+  support/QMBoolArray.h support/QMBitMgr.h support/QMExceptionService.h
   DESTINATION ${OMBREL_INCLUDE_ROOT}/support)
+install(FILES host/KelvraHelper.h host/KBitmap.h host/KHostTypes.h host/KDocWrapper.h
+  DESTINATION ${OMBREL_INCLUDE_ROOT}/host)
+install(FILES export/CurrentMeshExport.h DESTINATION ${OMBREL_INCLUDE_ROOT}/export)
 
 install(EXPORT OmbrelTargets NAMESPACE Ombrel:: DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/Ombrel)
 configure_package_config_file(cmake/OmbrelConfig.cmake.in ${CMAKE_CURRENT_BINARY_DIR}/OmbrelConfig.cmake

@@ -88,36 +88,48 @@ QMVector3f QMSTLExport::placed(const QMVector3f& point) const {
     return m_useMatrix ? m_matrix.multVec3f(point) : point;
 }
 
-// Calls write(p0, p1, p2) for every triangle of the mesh, in face order: the
-// first triangle of a face, then, for a quad, (p0, p2, p3).
-template <class WriteTriangle>
-void QMSTLExport::forEachTriangle(const QMArray<QMVector3f>& points, const QMArray<int>& faces, WriteTriangle write) {
-    const std::size_t numFaces = faces.size() / 4;
-    const std::size_t numPoints = points.size();
-    auto inRange = [numPoints](int index) { return index >= 0 && std::size_t(index) < numPoints; };
+// The meshes handed over as arrays; a face with an index outside `points` is
+// skipped.
+class QMSTLExport::ArrayFaces final : public QMSTLExport::FaceSource {
+public:
+    ArrayFaces(const QMArray<QMVector3f>& points, const QMArray<int>& faces) : m_points(points), m_faces(faces) {}
+
+    std::size_t numFaces() const override { return m_faces.size() / 4; }
+    bool face(std::size_t face, int indices[4]) const override {
+        const int* corners = &m_faces[4 * face];
+        for (int j = 0; j < 4; ++j) indices[j] = corners[j];
+        const bool isQuad = indices[3] != -1;
+        return inRange(indices[0]) && inRange(indices[1]) && inRange(indices[2]) && (!isQuad || inRange(indices[3]));
+    }
+    QMVector3f point(int index) const override { return m_points[std::size_t(index)]; }
+
+private:
+    bool inRange(int index) const { return index >= 0 && std::size_t(index) < m_points.size(); }
+
+    const QMArray<QMVector3f>& m_points;
+    const QMArray<int>& m_faces;
+};
+
+void QMSTLExport::writeFaces(const FaceSource& source, WriteTriangle write) {
+    const std::size_t numFaces = source.numFaces();
     for (std::size_t f = 0; f < numFaces; ++f) {
-        const int* face = &faces[4 * f];
-        const bool isQuad = face[3] != -1;
-        if (!inRange(face[0]) || !inRange(face[1]) || !inRange(face[2]) || (isQuad && !inRange(face[3]))) continue;
-        const QMVector3f p0 = placed(points[face[0]]);
-        const QMVector3f p1 = placed(points[face[1]]);
-        const QMVector3f p2 = placed(points[face[2]]);
-        write(p0, p1, p2);
-        if (isQuad) write(p0, p2, placed(points[face[3]]));
+        int face[4];
+        if (!source.face(f, face)) continue;
+        const QMVector3f p0 = placed(source.point(face[0]));
+        const QMVector3f p1 = placed(source.point(face[1]));
+        const QMVector3f p2 = placed(source.point(face[2]));
+        (this->*write)(p0, p1, p2);
+        if (face[3] != -1) (this->*write)(p0, p2, placed(source.point(face[3])));
     }
 }
 
 bool QMSTLExport::writeKMesh_BIN(QMArray<QMVector3f>& points, QMArray<int>& faces) {
-    forEachTriangle(points, faces, [this](const QMVector3f& p0, const QMVector3f& p1, const QMVector3f& p2) {
-        writeTriangleBIN(p0, p1, p2);
-    });
+    writeFaces(ArrayFaces(points, faces), &QMSTLExport::writeTriangleBIN);
     return true;
 }
 
 bool QMSTLExport::writeKMesh_ASCII(QMArray<QMVector3f>& points, QMArray<int>& faces) {
-    forEachTriangle(points, faces, [this](const QMVector3f& p0, const QMVector3f& p1, const QMVector3f& p2) {
-        writeTriangleASCII(p0, p1, p2);
-    });
+    writeFaces(ArrayFaces(points, faces), &QMSTLExport::writeTriangleASCII);
     return true;
 }
 

@@ -6,6 +6,7 @@
 #include "support/QMOutputBuffer.h"
 #include "support/QMString.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 
@@ -31,6 +32,13 @@ public:
     // Writes the end (the binary triangle count) and closes the file.
     bool endExportKMeshes();
 
+    // Appends the host's current mesh (host/KelvraHelper.h) in the mode chosen
+    // at the start: its points through getTransformedVertex, then m_matrix.
+    bool writeCurrentKMesh();
+    // The one-call form: start, the current mesh, end. False when the file
+    // cannot be opened (nothing is written then).
+    bool exportKMesh(const QMString& path, bool binary);
+
     bool m_useMatrix = false;
     QMMatrix4f m_matrix;
     std::FILE* m_file;
@@ -41,8 +49,30 @@ private:
     bool writeKMesh_BIN(QMArray<QMVector3f>& points, QMArray<int>& faces);
     bool writeKMesh_ASCII(QMArray<QMVector3f>& points, QMArray<int>& faces);
 
-    template <class WriteTriangle>
-    void forEachTriangle(const QMArray<QMVector3f>& points, const QMArray<int>& faces, WriteTriangle write);
+    bool writeCurrentKMesh_BIN();
+    bool writeCurrentKMesh_ASCII();
+
+    // A mesh seen face by face, whatever holds it: arrays (ArrayFaces) or the
+    // host's current mesh (CurrentMeshFaces).
+    class FaceSource {
+    public:
+        virtual std::size_t numFaces() const = 0;
+        // The four indices of face `face`; false when one of the corners it
+        // uses names no point (the face is then skipped whole).
+        virtual bool face(std::size_t face, int indices[4]) const = 0;
+        // Point `index`, before m_matrix.
+        virtual QMVector3f point(int index) const = 0;
+
+    protected:
+        ~FaceSource() = default;
+    };
+    class ArrayFaces;
+    class CurrentMeshFaces;
+
+    using WriteTriangle = void (QMSTLExport::*)(const QMVector3f&, const QMVector3f&, const QMVector3f&);
+    // Calls `write` for every triangle of `source` in face order: the first
+    // triangle of a face, then, for a quad, (p0, p2, p3).
+    void writeFaces(const FaceSource& source, WriteTriangle write);
 
     QMVector3f placed(const QMVector3f& point) const;
     void writeTriangleBIN(const QMVector3f& p0, const QMVector3f& p1, const QMVector3f& p2);

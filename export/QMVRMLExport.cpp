@@ -72,15 +72,21 @@ void QMVRMLExport::writeKMesh(const QMArray<QMVector3f>& points, const QMArray<i
                               const QMArray<QMVector2f>& uvs, const QMString& textureName,
                               const QMArray<std::uint32_t>* mrgb) {
     if (m_file == QMDiskServer::s_invalidFile) return;
-    m_out.append("\nShape { \n");
-    if (!textureName.empty()) writeAppearance(textureName);
-    m_out.append("\n  geometry IndexedFaceSet { \n");
+    beginShape(textureName);
     if (!points.empty()) writeCoordinates(points);
     if (!faces.empty()) writeCoordIndices(faces);
     if (!uvs.empty()) writeTextureCoordinates(faces, uvs);
     if (mrgb && !mrgb->empty()) writeColours(*mrgb);
-    m_out.append("  } \n} \n");
+    endShape();
 }
+
+void QMVRMLExport::beginShape(const QMString& textureName) {
+    m_out.append("\nShape { \n");
+    if (!textureName.empty()) writeAppearance(textureName);
+    m_out.append("\n  geometry IndexedFaceSet { \n");
+}
+
+void QMVRMLExport::endShape() { m_out.append("  } \n} \n"); }
 
 void QMVRMLExport::writeAppearance(const QMString& textureName) {
     m_out.append(
@@ -101,29 +107,45 @@ void QMVRMLExport::writeAppearance(const QMString& textureName) {
 void QMVRMLExport::writeCoordinates(const QMArray<QMVector3f>& points) {
     m_out.append("    coord Coordinate { \n");
     const std::size_t n = points.size();
-    for (std::size_t i = 0; i < n; ++i) {
-        const QMVector3f p = m_useMatrix ? m_matrix * points[i] : points[i];
-        char* out = m_out.reserve(kMaxLineLength);
-        if (n == 1) {
-            out = appendLiteral(out, "      point [ ");
-            out = appendTriple(out, p);
-            out = appendLiteral(out, " ]\n");
-        } else {
-            out = i == 0 ? appendLiteral(out, "      point [ ") : appendLiteral(out, "         ");
-            out = appendTriple(out, p);
-            out = i + 1 < n ? appendLiteral(out, ",\n") : appendLiteral(out, "]\n");
-        }
-        m_out.commit(out);
-    }
+    for (std::size_t i = 0; i < n; ++i) writeCoordinateLine(i, n, points[i]);
     m_out.append("    }\n");
 }
 
+void QMVRMLExport::writeCoordinateLine(std::size_t i, std::size_t n, const QMVector3f& point) {
+    const QMVector3f p = m_useMatrix ? m_matrix * point : point;
+    char* out = m_out.reserve(kMaxLineLength);
+    if (n == 1) {
+        out = appendLiteral(out, "      point [ ");
+        out = appendTriple(out, p);
+        out = appendLiteral(out, " ]\n");
+    } else {
+        out = i == 0 ? appendLiteral(out, "      point [ ") : appendLiteral(out, "         ");
+        out = appendTriple(out, p);
+        out = i + 1 < n ? appendLiteral(out, ",\n") : appendLiteral(out, "]\n");
+    }
+    m_out.commit(out);
+}
+
+// Every face but the last is closed by -1 and the last by the bracket (so a
+// single face has no -1 at all).
+void QMVRMLExport::writeFaceLine(std::size_t face, std::size_t numFaces, const char* firstPrefix,
+                                 const char* restPrefix, const int* values, int corners) {
+    char* out = m_out.reserve(kMaxLineLength);
+    const char* prefix = face == 0 ? firstPrefix : restPrefix;
+    out = appendText(out, prefix, std::strlen(prefix));
+    for (int j = 0; j < corners; ++j) {
+        if (j) out = appendLiteral(out, ", ");
+        out = appendInteger(out, values[j]);
+    }
+    out = face + 1 < numFaces ? appendLiteral(out, ", -1,\n") : appendLiteral(out, "]\n");
+    m_out.commit(out);
+}
+
 // One line per face: the first after `firstPrefix`, the others after
-// `restPrefix`; every face but the last is closed by -1 and the last by the
-// bracket (so a single face has no -1 at all). A face is a triangle when its
-// fourth index is -1. `value(face, corner, counter)` is the number printed for
-// a corner, where counter is the number of corners printed before the face
-// (counted modulo 2^32, so it wraps like the printed int instead of overflowing).
+// `restPrefix`. A face is a triangle when its fourth index is -1.
+// `value(face, corner, counter)` is the number printed for a corner, where
+// counter is the number of corners printed before the face (counted modulo
+// 2^32, so it wraps like the printed int instead of overflowing).
 template <class Value>
 void QMVRMLExport::writeFaceLines(const QMArray<int>& faces, const char* firstPrefix, const char* restPrefix,
                                   Value value) {
@@ -131,23 +153,35 @@ void QMVRMLExport::writeFaceLines(const QMArray<int>& faces, const char* firstPr
     std::uint32_t counter = 0;
     for (std::size_t i = 0; i < numFaces; ++i) {
         const int corners = faces[4 * i + 3] == -1 ? 3 : 4;
-        char* out = m_out.reserve(kMaxLineLength);
-        const char* prefix = i == 0 ? firstPrefix : restPrefix;
-        out = appendText(out, prefix, std::strlen(prefix));
-        for (int j = 0; j < corners; ++j) {
-            if (j) out = appendLiteral(out, ", ");
-            out = appendInteger(out, value(i, j, counter));
-        }
-        out = i + 1 < numFaces ? appendLiteral(out, ", -1,\n") : appendLiteral(out, "]\n");
-        m_out.commit(out);
+        int values[4];
+        for (int j = 0; j < corners; ++j) values[j] = value(i, j, counter);
+        writeFaceLine(i, numFaces, firstPrefix, restPrefix, values, corners);
         counter += static_cast<std::uint32_t>(corners);
     }
 }
 
 void QMVRMLExport::writeCoordIndices(const QMArray<int>& faces) {
-    writeFaceLines(faces, "    coordIndex [ ", "      ", [&faces](std::size_t face, int corner, std::uint32_t) {
+    writeFaceLines(faces, kCoordIndexFirst, kCoordIndexRest, [&faces](std::size_t face, int corner, std::uint32_t) {
         return faces[4 * face + std::size_t(corner)];
     });
+}
+
+void QMVRMLExport::beginTextureCoordinates() { m_out.append("\n    texCoord TextureCoordinate { \n"); }
+
+void QMVRMLExport::endTextureCoordinates() { m_out.append("    } \n\n"); }
+
+void QMVRMLExport::writeTexCoordLine(bool first, bool last, const QMVector2f& uv) {
+    char* out = m_out.reserve(kMaxLineLength);
+    if (first && last) {
+        out = appendLiteral(out, "      point [ ");
+        out = appendFlippedUV(out, uv);
+        out = appendLiteral(out, "]\n");
+    } else {
+        out = first ? appendLiteral(out, "      point [ ") : appendLiteral(out, "         ");
+        out = appendFlippedUV(out, uv);
+        out = last ? appendLiteral(out, "]\n") : appendLiteral(out, ",\n");
+    }
+    m_out.commit(out);
 }
 
 void QMVRMLExport::writeTextureCoordinates(const QMArray<int>& faces, const QMArray<QMVector2f>& uvs) {
@@ -160,46 +194,51 @@ void QMVRMLExport::writeTextureCoordinates(const QMArray<int>& faces, const QMAr
     std::size_t last = limit - 1;
     while (faces[last] == -1) --last;
 
-    m_out.append("\n    texCoord TextureCoordinate { \n");
+    beginTextureCoordinates();
     for (std::size_t k = first; k <= last; ++k) {
         if (faces[k] == -1) continue;
-        char* out = m_out.reserve(kMaxLineLength);
-        if (first == last) {
-            out = appendLiteral(out, "      point [ ");
-            out = appendFlippedUV(out, uvs[k]);
-            out = appendLiteral(out, "]\n");
-        } else {
-            out = k == first ? appendLiteral(out, "      point [ ") : appendLiteral(out, "         ");
-            out = appendFlippedUV(out, uvs[k]);
-            out = k < last ? appendLiteral(out, ",\n") : appendLiteral(out, "]\n");
-        }
-        m_out.commit(out);
+        writeTexCoordLine(k == first, k == last, uvs[k]);
     }
-    m_out.append("    } \n\n");
+    endTextureCoordinates();
 
     // The kept entries are numbered face by face, three for a triangle and
     // four for a quad, whatever the UV list holds.
-    writeFaceLines(faces, "      texCoordIndex [ ", "        ", [](std::size_t, int corner, std::uint32_t counter) {
+    writeFaceLines(faces, kTexCoordIndexFirst, kTexCoordIndexRest, [](std::size_t, int corner, std::uint32_t counter) {
         return static_cast<int>(counter + static_cast<std::uint32_t>(corner));
     });
 }
 
-void QMVRMLExport::writeColours(const QMArray<std::uint32_t>& mrgb) {
+void QMVRMLExport::beginColours() {
     m_out.append(
         "\n"
         "    colorPerVertex TRUE \n"
         "    color Color {\n"
         "      color [\n");
+}
+
+void QMVRMLExport::endColours() { m_out.append("    }\n"); }
+
+void QMVRMLExport::writeColourLine(bool last, double red, double green, double blue) {
+    char* out = m_out.reserve(kMaxLineLength);
+    out = appendLiteral(out, "        ");
+    out = appendFixed6(out, red);
+    *out++ = ' ';
+    out = appendFixed6(out, green);
+    *out++ = ' ';
+    out = appendFixed6(out, blue);
+    out = last ? appendLiteral(out, "] \n") : appendLiteral(out, ", \n");
+    m_out.commit(out);
+}
+
+void QMVRMLExport::writeColours(const QMArray<std::uint32_t>& mrgb) {
+    beginColours();
     QMVekIO converter;
     const std::size_t m = mrgb.size();
     for (std::size_t i = 0; i < m; ++i) {
         QMVector3f colour;
         converter.convertOneMRGBToColor3f(colour, mrgb, static_cast<int>(i));
-        char* out = m_out.reserve(kMaxLineLength);
-        out = appendLiteral(out, "        ");
-        out = appendTriple(out, colour);
-        out = i + 1 < m ? appendLiteral(out, ", \n") : appendLiteral(out, "] \n");
-        m_out.commit(out);
+        writeColourLine(i + 1 == m, static_cast<double>(colour.x), static_cast<double>(colour.y),
+                        static_cast<double>(colour.z));
     }
-    m_out.append("    }\n");
+    endColours();
 }

@@ -6,6 +6,7 @@
 #include "support/QMOutputBuffer.h"
 #include "support/QMString.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 
@@ -43,6 +44,14 @@ public:
     // Closes the file. Always true.
     bool endExportKMeshes();
 
+    // Appends the host's current mesh (host/KelvraHelper.h) as one Shape, with
+    // the texts of writeKMesh. Its texture coordinates keep all four corners
+    // of every face (face i uses entries 4i to 4i+3); its colours come from the
+    // host's vertex attributes, when `withColours`.
+    void writeCurrentKMesh(const QMString& textureName, bool withColours);
+    // The one-call form: start, the current mesh, close. Always true.
+    bool exportKMesh(const QMString& path, const QMString& textureName, bool withColours);
+
     bool m_useMatrix = false;
     QMMatrix4f m_matrix;
     std::FILE* m_file;
@@ -53,6 +62,32 @@ private:
     void writeCoordIndices(const QMArray<int>& faces);
     void writeTextureCoordinates(const QMArray<int>& faces, const QMArray<QMVector2f>& uvs);
     void writeColours(const QMArray<std::uint32_t>& mrgb);
+    // The pieces of a Shape, shared by both mesh sources.
+    void beginShape(const QMString& textureName);
+    void endShape();
+    // Point `i` of `n` (after m_matrix when m_useMatrix).
+    void writeCoordinateLine(std::size_t i, std::size_t n, const QMVector3f& point);
+    // The line of face `face` of `numFaces`: `corners` values after the
+    // face's prefix, closed by -1 except on the last face.
+    void writeFaceLine(std::size_t face, std::size_t numFaces, const char* firstPrefix, const char* restPrefix,
+                       const int* values, int corners);
+    void beginTextureCoordinates();
+    void endTextureCoordinates();
+    // One texture-coordinate entry, flipped (1 - s, 1 - t).
+    void writeTexCoordLine(bool first, bool last, const QMVector2f& uv);
+    void beginColours();
+    void endColours();
+    void writeColourLine(bool last, double red, double green, double blue);
+    void writeCurrentCoordinates(std::size_t numVertices);
+    void writeCurrentFaceLines(std::size_t numFaces, bool textureIndices);
+    void writeCurrentTextureCoordinates(std::size_t numFaces);
+    void writeCurrentColours();
+
+    static constexpr char kCoordIndexFirst[] = "    coordIndex [ ";
+    static constexpr char kCoordIndexRest[] = "      ";
+    static constexpr char kTexCoordIndexFirst[] = "      texCoordIndex [ ";
+    static constexpr char kTexCoordIndexRest[] = "        ";
+
     template <class Value>
     void writeFaceLines(const QMArray<int>& faces, const char* firstPrefix, const char* restPrefix, Value value);
 

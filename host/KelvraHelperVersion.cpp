@@ -1,7 +1,5 @@
 #include "host/KelvraHelper.h"
 
-int KelvraHelper::s_version = KelvraHelper::kVersionUnset;
-
 void KelvraHelper::setVersion(double version) {
     // The 0.2 absorbs the binary error of values such as 3.12, whose product
     // with 100 falls just below 312. Out-of-range numbers (NaN, huge) are
