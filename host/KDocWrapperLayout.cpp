@@ -192,14 +192,17 @@ std::uint32_t KDocWrapperLayout::floatExtent(float value) {
 }
 
 KBitmap KDocWrapperLayout::getButtonImage(KWin* win) const {
-    KBitmap bitmap;
-    if (win == nullptr) return bitmap;
+    if (win == nullptr) return KBitmap();
     const void* owner = readHostPointer(win, m_layout.win.imageOwner);
-    if (owner == nullptr) return bitmap;
-    const ImageOwnerLayout& o = m_layout.imageOwner;
+    return owner == nullptr ? KBitmap() : readOwnerImage(owner, m_layout);
+}
+
+KBitmap KDocWrapperLayout::readOwnerImage(const void* owner, const KDocLayout& layout) {
+    KBitmap bitmap;
+    const ImageOwnerLayout& o = layout.imageOwner;
     const void* image = readHostPointer(owner, o.imageRecord);
     if (image == nullptr) return bitmap;
-    const ImageRecordLayout& r = m_layout.imageRecord;
+    const ImageRecordLayout& r = layout.imageRecord;
     bitmap.m_pixels = readHostPointer<unsigned char>(image, r.pixels);
     bitmap.m_bufferSize = readHostField<std::uint32_t>(image, r.bufferSize);
     bitmap.m_rowBytes = readHostField<std::int16_t>(image, r.rowBytes);

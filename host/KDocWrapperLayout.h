@@ -57,6 +57,9 @@ public:
     void swapWinImage(KWin* a, KWin* b) const;
     void copyButtonNameToButtonText(KWin* win) const;
     KBitmap getButtonImage(KWin* win) const;
+    // The image of an image owner record (a button's, or the texture owner of
+    // the host data): all zero when the owner has no image record.
+    static KBitmap readOwnerImage(const void* owner, const KDocLayout& layout);
     const char* getButtonText(KWin* win) const;
     void setButtonText(KWin* win, const char* text) const;
 

@@ -77,41 +77,10 @@ HostBuildLayouts layoutsOf(KHostBuild build) {
 // the wrappers' button images. False, `bitmap` untouched, when the owner has
 // no image record or the record no pixels, or when the reads fault.
 bool readTextureBitmap(const void* owner, const KDocLayout& layout, KBitmap& bitmap) {
-    const ImageOwnerLayout& o = layout.imageOwner;
-    const ImageRecordLayout& r = layout.imageRecord;
-    HostAddress image = 0, pixels = 0;
-    std::uint32_t bufferSize = 0;
-    std::int16_t rowBytes = 0;
-    std::int32_t firstFixed = 0, secondFixed = 0;
-    float firstFloat = 0.0f, secondFloat = 0.0f;
-    const bool read = readGuarded([&] {
-        image = readHostField<HostAddress>(owner, o.imageRecord);
-        if (image == 0) return;
-        const void* record = hostPointer(image);
-        pixels = readHostField<HostAddress>(record, r.pixels);
-        bufferSize = readHostField<std::uint32_t>(record, r.bufferSize);
-        rowBytes = readHostField<std::int16_t>(record, r.rowBytes);
-        if (o.fixedPointExtents) {
-            firstFixed = readHostField<std::int32_t>(owner, o.firstExtent);
-            secondFixed = readHostField<std::int32_t>(owner, o.secondExtent);
-        } else {
-            firstFloat = readHostField<float>(owner, o.firstExtent);
-            secondFloat = readHostField<float>(owner, o.secondExtent);
-        }
-    });
-    if (!read || image == 0 || pixels == 0) return false;
-    bitmap.clear();
-    bitmap.m_pixels = static_cast<unsigned char*>(hostPointer(pixels));
-    bitmap.m_bufferSize = bufferSize;
-    bitmap.m_rowBytes = rowBytes;
-    if (o.fixedPointExtents) {
-        // The integer part of each 16.16 value (arithmetic shift).
-        bitmap.m_firstExtent = static_cast<std::uint32_t>(firstFixed >> 16);
-        bitmap.m_secondExtent = static_cast<std::uint32_t>(secondFixed >> 16);
-    } else {
-        bitmap.m_firstExtent = KDocWrapperLayout::floatExtent(firstFloat);
-        bitmap.m_secondExtent = KDocWrapperLayout::floatExtent(secondFloat);
-    }
+    KBitmap read;
+    const bool readWhole = readGuarded([&] { read = KDocWrapperLayout::readOwnerImage(owner, layout); });
+    if (!readWhole || !read.hasPixels()) return false;
+    bitmap = read;
     return true;
 }
 
