@@ -32,16 +32,9 @@ void QMMatrixCode::multLeftByTranslate(float* m, const float t[3]) {
 }
 
 void QMMatrixCode::multRightByTranslate(float* m, const float t[3]) {
-    const double tx = t[0];
-    const double ty = t[1];
-    const double tz = t[2];
+    // The translation column gains the upper-left 3x3 block times t.
     float column[3];
-    for (int r = 0; r < 3; ++r) {
-        double acc = (double)m[r] * tx;
-        acc += (double)m[4 + r] * ty;
-        acc += (double)m[8 + r] * tz;
-        column[r] = (float)acc;
-    }
+    multAffineMatrixVec3fAsDir(column, m, t);
     for (int r = 0; r < 3; ++r) m[12 + r] += column[r];
 }
 
