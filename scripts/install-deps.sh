@@ -4,7 +4,9 @@
 set -euo pipefail
 
 packages=(cmake ninja-build g++ g++-multilib lib32stdc++-12-dev googletest pkg-config binutils bsdutils
-  python3 python3-numpy python3-stl python3-vtk9 admesh)
+  python3 python3-numpy python3-stl python3-vtk9 admesh
+  clang-14 libclang-rt-14-dev llvm-14
+  assimp-utils python3-meshio)
 
 missing=()
 for package in "${packages[@]}"; do
