@@ -41,14 +41,15 @@ char* appendFloats(char* out, const QMVector3f& v) {
 // A new exporter holds the identity matrix (type 0) and does not use it.
 QMSTLExport::QMSTLExport() : m_file(QMDiskServer::s_invalidFile) {}
 
-QMSTLExport::~QMSTLExport() {
-    // An export left half way (by an exception) still releases its stream.
-    if (m_file != QMDiskServer::s_invalidFile) std::fclose(m_file);
-}
+// An export left half way (by an exception) releases its stream and leaves
+// no file behind: m_output discards it, and m_out never writes on its own.
+QMSTLExport::~QMSTLExport() = default;
 
 bool QMSTLExport::startExportKMeshes(const QMString& path, bool binary) {
     m_binary = binary;
-    m_file = QMDiskServer::fileOpen(path, binary ? "wb" : "w");
+    // An unfinished earlier file is dropped (its pending bytes go to it first).
+    m_out.attach(nullptr);
+    m_file = m_output.open(path, binary ? "wb" : "w");
     if (m_file == QMDiskServer::s_invalidFile) return false;
     m_out.attach(m_file);
     if (m_binary) {
@@ -72,14 +73,20 @@ bool QMSTLExport::endExportKMeshes() {
     if (m_file == QMDiskServer::s_invalidFile) return true;
     if (m_binary) {
         m_out.flush();
-        fseeko(m_file, static_cast<off_t>(kHeaderBytes), SEEK_SET);
-        std::fwrite(&m_numTriangles, 1, 4, m_file);
+        // A failed seek must not let the count land at the end of the file.
+        if (fseeko(m_file, static_cast<off_t>(kHeaderBytes), SEEK_SET) != 0 ||
+            std::fwrite(&m_numTriangles, 1, 4, m_file) != 4) {
+            m_out.attach(nullptr);
+            m_output.discard();
+            m_file = QMDiskServer::s_invalidFile;
+            return true;
+        }
     } else {
         m_out.append(kSolidEnd);
         m_out.flush();
     }
     m_out.attach(nullptr);
-    std::fclose(m_file);
+    m_output.commit();
     m_file = QMDiskServer::s_invalidFile;
     return true;
 }

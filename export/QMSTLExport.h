@@ -2,6 +2,7 @@
 
 #include "geometry/QMMatrix4f.h"
 #include "geometry/QMVector.h"
+#include "support/AtomicOutputFile.h"
 #include "support/QMArray.h"
 #include "support/QMOutputBuffer.h"
 #include "support/QMString.h"
@@ -18,6 +19,10 @@
 // Faces come four indices each (a fourth index of -1 marks a triangle). A face
 // with an index outside the points it is given is skipped whole. When the file
 // could not be opened, nothing is written and the calls still succeed.
+//
+// The file is written under a temporary name and takes its own name only when
+// endExportKMeshes has written all of it: an export that fails half way (a
+// full disk, an exception) leaves the previous file at the path untouched.
 class QMSTLExport {
 public:
     QMSTLExport();
@@ -29,7 +34,9 @@ public:
     bool startExportKMeshes(const QMString& path, bool binary);
     // Appends one mesh in the mode chosen at the start.
     bool writeKMesh(QMArray<QMVector3f>& points, QMArray<int>& faces);
-    // Writes the end (the binary triangle count) and closes the file.
+    // Writes the end (the binary triangle count), closes the file and puts it
+    // in place; always true, even when a write failed (nothing is replaced
+    // then).
     bool endExportKMeshes();
 
     // Appends the host's current mesh (host/KelvraHelper.h) in the mode chosen
@@ -79,4 +86,5 @@ private:
     void writeTriangleASCII(const QMVector3f& p0, const QMVector3f& p1, const QMVector3f& p2);
 
     QMOutputBuffer m_out;
+    AtomicOutputFile m_output;  // owns m_file while it is open
 };

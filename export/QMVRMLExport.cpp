@@ -43,18 +43,14 @@ char* appendFlippedUV(char* out, const QMVector2f& uv) {
 // A new exporter holds the identity matrix (type 0) and does not use it.
 QMVRMLExport::QMVRMLExport() : m_file(QMDiskServer::s_invalidFile) {}
 
-QMVRMLExport::~QMVRMLExport() {
-    // An export left half way (by an exception) still releases its stream.
-    if (m_file != QMDiskServer::s_invalidFile) {
-        m_out.attach(nullptr);
-        std::fclose(m_file);
-    }
-}
+// An export left half way (by an exception) releases its stream and leaves
+// no file behind: m_output discards it, and m_out never writes on its own.
+QMVRMLExport::~QMVRMLExport() = default;
 
 bool QMVRMLExport::startExportKMeshes(const QMString& path) {
     // A stream still open from an unfinished export is finished first.
     if (m_file != QMDiskServer::s_invalidFile) endExportKMeshes();
-    m_file = QMDiskServer::fileOpen(path, "w");
+    m_file = m_output.open(path, "w");
     m_out.attach(m_file);
     if (m_file != QMDiskServer::s_invalidFile) m_out.append(kFileStart, sizeof kFileStart - 1);
     return true;
@@ -63,7 +59,7 @@ bool QMVRMLExport::startExportKMeshes(const QMString& path) {
 bool QMVRMLExport::endExportKMeshes() {
     if (m_file == QMDiskServer::s_invalidFile) return true;
     m_out.attach(nullptr);
-    std::fclose(m_file);
+    m_output.commit();
     m_file = QMDiskServer::s_invalidFile;
     return true;
 }

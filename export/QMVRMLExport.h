@@ -2,6 +2,7 @@
 
 #include "geometry/QMMatrix4f.h"
 #include "geometry/QMVector.h"
+#include "support/AtomicOutputFile.h"
 #include "support/QMArray.h"
 #include "support/QMOutputBuffer.h"
 #include "support/QMString.h"
@@ -20,6 +21,10 @@
 // reads outside `points`, `faces`, `uvs` or the colour words: UV entries beyond
 // the face list are not written. Numbers are formatted without stdio into a
 // fixed buffer that reaches the file in large blocks.
+//
+// The file is written under a temporary name and takes its own name only when
+// endExportKMeshes has written all of it: an export that fails half way (a
+// full disk, an exception) leaves the previous file at the path untouched.
 class QMVRMLExport {
 public:
     QMVRMLExport();
@@ -41,7 +46,8 @@ public:
     //    faces only (none when it is shorter than four).
     void writeKMesh(const QMArray<QMVector3f>& points, const QMArray<int>& faces, const QMArray<QMVector2f>& uvs,
                     const QMString& textureName, const QMArray<std::uint32_t>* mrgb);
-    // Closes the file. Always true.
+    // Closes the file and puts it in place (nothing is replaced when a write
+    // failed). Always true.
     bool endExportKMeshes();
 
     // Appends the host's current mesh (host/KelvraHelper.h) as one Shape, with
@@ -92,4 +98,5 @@ private:
     void writeFaceLines(const QMArray<int>& faces, const char* firstPrefix, const char* restPrefix, Value value);
 
     QMOutputBuffer m_out;
+    AtomicOutputFile m_output;  // owns m_file while it is open
 };

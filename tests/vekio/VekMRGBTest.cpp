@@ -1,16 +1,14 @@
 #include "vekio/QMVekIO.h"
 
+#include "ChildProcess.h"
 #include "TestFiles.h"
 #include "VekTestFiles.h"
 
 #include <gtest/gtest.h>
 
-#include <csignal>
 #include <cstdint>
 #include <string>
 #include <sys/resource.h>
-#include <sys/wait.h>
-#include <unistd.h>
 #include <vector>
 
 namespace {
@@ -44,19 +42,14 @@ protected:
 // Runs writeMRGBBloc in a child process whose files may not grow beyond
 // `limit` bytes, and returns its result there.
 bool writeUnderFileSizeLimit(const QMString& name, QMArray<std::uint32_t> words, rlim_t limit) {
-    const pid_t child = fork();
-    if (child == 0) {
-        std::signal(SIGXFSZ, SIG_IGN);  // a write past the limit then fails instead of killing
-        const rlimit small = {limit, limit};
-        if (setrlimit(RLIMIT_FSIZE, &small) != 0) _exit(2);
+    const int result = runInChildProcess([&] {
+        if (!limitFileSize(limit)) return 2;
         QMVekIO io;
-        _exit(io.writeMRGBBloc(name, words) ? 1 : 0);
-    }
-    int status = 0;
-    waitpid(child, &status, 0);
-    EXPECT_TRUE(WIFEXITED(status));
-    EXPECT_NE(WEXITSTATUS(status), 2) << "the file size limit could not be set";
-    return WEXITSTATUS(status) == 1;
+        return io.writeMRGBBloc(name, words) ? 1 : 0;
+    });
+    EXPECT_NE(result, 2) << "the file size limit could not be set";
+    EXPECT_NE(result, -1) << "the child process did not exit normally";
+    return result == 1;
 }
 
 }  // namespace

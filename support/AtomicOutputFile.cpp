@@ -1,0 +1,143 @@
+#include "support/AtomicOutputFile.h"
+
+#include <atomic>
+#include <cerrno>
+#include <chrono>
+#include <cstdlib>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+std::string directoryOf(const std::string& path) {
+    const std::size_t slash = path.rfind('/');
+    if (slash == std::string::npos) return ".";
+    if (slash == 0) return "/";
+    return path.substr(0, slash);
+}
+
+std::string fileNameOf(const std::string& path) {
+    const std::size_t slash = path.rfind('/');
+    return slash == std::string::npos ? path : path.substr(slash + 1);
+}
+
+// The file a destination names: the target of a symbolic link (so that the
+// link itself survives), otherwise the path itself.
+std::string resolvedDestination(const char* path) {
+    struct stat link;
+    if (lstat(path, &link) == 0 && S_ISLNK(link.st_mode)) {
+        if (char* target = realpath(path, nullptr)) {
+            std::string resolved(target);
+            std::free(target);
+            return resolved;
+        }
+    }
+    return path;
+}
+
+// A hidden name beside the destination, different at every call.
+std::string hiddenNameFor(const std::string& destination) {
+    static std::atomic<unsigned> counter{0};
+    const auto now = std::chrono::steady_clock::now().time_since_epoch().count();
+    const unsigned long long mix = (static_cast<unsigned long long>(now) * 0x9E3779B97F4A7C15ull) ^
+                                   (static_cast<unsigned long long>(getpid()) << 20) ^ counter.fetch_add(1);
+    static const char digits[] = "0123456789abcdefghijklmnopqrstuvwxyz";
+    std::string suffix;
+    for (unsigned long long rest = mix; suffix.size() < 8; rest /= 36) suffix += digits[rest % 36];
+    const std::string directory = directoryOf(destination);
+    const std::string prefix = directory == "/" ? "/" : directory + "/";
+    return prefix + "." + fileNameOf(destination) + "." + suffix;
+}
+
+constexpr int kNameAttempts = 64;
+
+}  // namespace
+
+bool AtomicOutputFile::s_useNamelessFiles = true;
+
+AtomicOutputFile::~AtomicOutputFile() { discard(); }
+
+std::FILE* AtomicOutputFile::open(const QMString& path, const char* mode) {
+    discard();
+    const char* validPath = path.getValidFilePath();
+    if (!validPath || !*validPath || !mode) return nullptr;
+    const std::string destination = resolvedDestination(validPath);
+
+    // Refuse what fopen(path, "w") would refuse, before anything is written.
+    struct stat existing;
+    const bool exists = stat(destination.c_str(), &existing) == 0;
+    if (exists && (S_ISDIR(existing.st_mode) || access(destination.c_str(), W_OK) != 0)) return nullptr;
+
+    // A nameless file (O_TMPFILE) vanishes with the process if the export
+    // never completes; file systems without them get a hidden named file.
+    int fd = -1;
+    if (s_useNamelessFiles) {
+        fd = ::open(directoryOf(destination).c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, 0666);
+    } else {
+        errno = EOPNOTSUPP;
+    }
+    std::string hiddenName;
+    if (fd < 0 && (errno == EOPNOTSUPP || errno == EISDIR || errno == EINVAL)) {
+        for (int attempt = 0; attempt < kNameAttempts && fd < 0; ++attempt) {
+            hiddenName = hiddenNameFor(destination);
+            fd = ::open(hiddenName.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, 0666);
+            if (fd < 0 && errno != EEXIST) break;
+        }
+    }
+    if (fd < 0) return nullptr;
+    if (exists) fchmod(fd, existing.st_mode & 07777);
+
+    m_stream = fdopen(fd, mode);
+    if (!m_stream) {
+        ::close(fd);
+        if (!hiddenName.empty()) unlink(hiddenName.c_str());
+        return nullptr;
+    }
+    m_destination = destination;
+    m_hiddenName = hiddenName;
+    return m_stream;
+}
+
+bool AtomicOutputFile::linkHiddenName() {
+    const std::string procPath = "/proc/self/fd/" + std::to_string(fileno(m_stream));
+    for (int attempt = 0; attempt < kNameAttempts; ++attempt) {
+        const std::string name = hiddenNameFor(m_destination);
+        int linked = linkat(AT_FDCWD, procPath.c_str(), AT_FDCWD, name.c_str(), AT_SYMLINK_FOLLOW);
+        // Without /proc, a process allowed to may name the descriptor itself.
+        if (linked != 0 && errno == ENOENT)
+            linked = linkat(fileno(m_stream), "", AT_FDCWD, name.c_str(), AT_EMPTY_PATH);
+        if (linked == 0) {
+            m_hiddenName = name;
+            return true;
+        }
+        if (errno != EEXIST) return false;
+    }
+    return false;
+}
+
+void AtomicOutputFile::removeHiddenName() {
+    if (!m_hiddenName.empty()) unlink(m_hiddenName.c_str());
+    m_hiddenName.clear();
+}
+
+bool AtomicOutputFile::commit() {
+    if (!m_stream) return false;
+    bool complete = std::fflush(m_stream) == 0 && !std::ferror(m_stream);
+    if (complete && m_hiddenName.empty()) complete = linkHiddenName();
+    if (std::fclose(m_stream) != 0) complete = false;
+    m_stream = nullptr;
+    if (complete) complete = std::rename(m_hiddenName.c_str(), m_destination.c_str()) == 0;
+    if (complete) {
+        m_hiddenName.clear();
+    } else {
+        removeHiddenName();
+    }
+    return complete;
+}
+
+void AtomicOutputFile::discard() {
+    if (m_stream) std::fclose(m_stream);
+    m_stream = nullptr;
+    removeHiddenName();
+}

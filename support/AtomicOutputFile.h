@@ -1,0 +1,60 @@
+#pragma once
+
+#include "support/QMString.h"
+
+#include <cstdio>
+#include <string>
+
+// An output file that appears at its destination only when it is complete.
+//
+// open() creates a new, nameless file in the destination's directory (a
+// hidden named one where the file system cannot make nameless files) and
+// returns its stream; commit() flushes and closes it and, when every write
+// reached the file, puts it in place of the destination in one rename. Until
+// then the destination keeps its previous contents, if any. A write error
+// (full disk, file size limit), an export abandoned half way (an exception,
+// the destructor) or a failed commit removes the new file: the destination
+// is never truncated or half written, and no temporary file remains. A
+// process killed while writing leaves nothing behind either, except on file
+// systems without nameless files (a hidden ".NAME.XXXXXX" file may remain
+// there).
+//
+// Opening fails, as fopen with "w" would, when the directory is missing or
+// not writable, or the destination is a directory or a file that cannot be
+// written. The new file gets the permissions of the file it replaces, or
+// those a new file would get (0666 less the umask). A destination that is a
+// symbolic link is replaced at the file it points to, so the link survives.
+class AtomicOutputFile {
+public:
+    AtomicOutputFile() = default;
+    ~AtomicOutputFile();
+    AtomicOutputFile(const AtomicOutputFile&) = delete;
+    AtomicOutputFile& operator=(const AtomicOutputFile&) = delete;
+
+    // The stream of the new file (mode as for fopen: "w" or "wb"), or null
+    // when it cannot be created; a file already open is discarded first.
+    std::FILE* open(const QMString& path, const char* mode);
+
+    // Closes the stream and moves the file to the destination; false (and
+    // nothing changed at the destination) when any write, the close or the
+    // move failed. Does nothing and returns false when no file is open.
+    bool commit();
+
+    // Closes and removes the new file; the destination stays as it was.
+    void discard();
+
+    std::FILE* stream() const { return m_stream; }
+
+    // True by default; false makes every file a hidden named one from the
+    // start, as on file systems without nameless files (for tests).
+    static bool s_useNamelessFiles;
+
+private:
+    // Gives the nameless file a hidden name next to the destination.
+    bool linkHiddenName();
+    void removeHiddenName();
+
+    std::FILE* m_stream = nullptr;
+    std::string m_destination;  // where the finished file goes
+    std::string m_hiddenName;   // the new file's own name, when it has one
+};
