@@ -145,3 +145,66 @@ TEST(NumberText, IntegersMatchPrintf) {
         EXPECT_EQ(std::string(buffer, appendInteger(buffer, value)), expected);
     }
 }
+
+// A float's bit pattern widened to double.
+double floatFromBits(std::uint32_t bits) {
+    float value;
+    std::memcpy(&value, &bits, sizeof value);
+    return value;
+}
+
+TEST(NumberText, GeneralFormMatchesPrintfAcrossAllFloatMagnitudes) {
+    // Two million bit patterns spread over every exponent, both signs.
+    std::size_t mismatches = 0;
+    for (std::uint64_t bits = 0; bits < (std::uint64_t(1) << 32); bits += 2147) {
+        const double value = floatFromBits(static_cast<std::uint32_t>(bits));
+        if (general6(value) != printed("%g", value) && ++mismatches < 10)
+            ADD_FAILURE() << std::hexfloat << value << ": " << general6(value) << " vs " << printed("%g", value);
+    }
+    EXPECT_EQ(mismatches, 0u);
+}
+
+TEST(NumberText, FixedFormMatchesPrintfAcrossAllFloatMagnitudes) {
+    std::size_t mismatches = 0;
+    for (std::uint64_t bits = 0; bits < (std::uint64_t(1) << 32); bits += 4099) {
+        const double value = floatFromBits(static_cast<std::uint32_t>(bits));
+        if (fixed6(value) != printed("%f", value) && ++mismatches < 10)
+            ADD_FAILURE() << std::hexfloat << value << ": " << fixed6(value) << " vs " << printed("%f", value);
+    }
+    EXPECT_EQ(mismatches, 0u);
+}
+
+TEST(NumberText, GeneralFormRoundsEverySixDigitTieToEven) {
+    // n + 0.5 for every six-digit n: the seventh digit is an exact 5.
+    std::size_t mismatches = 0;
+    for (int n = 100000; n <= 999999; ++n) {
+        for (double value : {n + 0.5, -(n + 0.5), (n + 0.5) / 1024.0}) {
+            if (general6(value) != printed("%g", value) && ++mismatches < 10)
+                ADD_FAILURE() << value << ": " << general6(value) << " vs " << printed("%g", value);
+        }
+    }
+    EXPECT_EQ(mismatches, 0u);
+    EXPECT_EQ(general6(123456.5), "123456");
+    EXPECT_EQ(general6(123457.5), "123458");
+    EXPECT_EQ(general6(999999.5), "1e+06");
+}
+
+TEST(NumberText, FixedFormRoundsEverySeventhDecimalTieToEven) {
+    // j / 128 has exactly seven decimals, the last a 5 for odd j.
+    std::size_t mismatches = 0;
+    for (int j = -200000; j <= 200000; ++j) {
+        const double value = j / 128.0;
+        if (fixed6(value) != printed("%f", value) && ++mismatches < 10)
+            ADD_FAILURE() << value << ": " << fixed6(value) << " vs " << printed("%f", value);
+    }
+    EXPECT_EQ(mismatches, 0u);
+    EXPECT_EQ(fixed6(1.0 / 128.0), "0.007812");
+    EXPECT_EQ(fixed6(3.0 / 128.0), "0.023438");
+    EXPECT_EQ(fixed6(-1.0 / 128.0), "-0.007812");
+}
+
+TEST(NumberText, TinyNegativeValuesKeepTheirSignInTheFixedForm) {
+    EXPECT_EQ(fixed6(-1e-20), "-0.000000");
+    EXPECT_EQ(fixed6(-0.0000004f), "-0.000000");
+    EXPECT_EQ(fixed6(0.0000005f), printed("%f", 0.0000005f));
+}
