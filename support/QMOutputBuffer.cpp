@@ -1,18 +1,112 @@
 #include "support/QMOutputBuffer.h"
 
+#include <condition_variable>
 #include <cstring>
+#include <mutex>
+#include <system_error>
+#include <thread>
 
-QMOutputBuffer::QMOutputBuffer(std::size_t capacity) : m_data(new char[capacity]), m_capacity(capacity) {}
+// One thread writing one block at a time to a stream.
+class QMOutputBuffer::BackgroundWriter {
+public:
+    BackgroundWriter() : m_thread([this] { run(); }) {}
+    ~BackgroundWriter() {
+        {
+            std::lock_guard<std::mutex> lock(m_mutex);
+            m_stop = true;
+        }
+        m_changed.notify_all();
+        m_thread.join();
+    }
+
+    // Starts writing `count` bytes at `data`; the previous block must be done.
+    void write(std::FILE* file, const char* data, std::size_t count) {
+        {
+            std::lock_guard<std::mutex> lock(m_mutex);
+            m_file = file;
+            m_block = data;
+            m_count = count;
+        }
+        m_changed.notify_all();
+    }
+
+    void waitUntilIdle() {
+        std::unique_lock<std::mutex> lock(m_mutex);
+        m_changed.wait(lock, [this] { return m_block == nullptr; });
+    }
+
+private:
+    void run() {
+        std::unique_lock<std::mutex> lock(m_mutex);
+        for (;;) {
+            m_changed.wait(lock, [this] { return m_stop || m_block != nullptr; });
+            if (m_block == nullptr) return;  // stopping with nothing left to write
+            std::FILE* file = m_file;
+            const char* block = m_block;
+            const std::size_t count = m_count;
+            lock.unlock();
+            // A short write leaves the stream's error flag set for its owner.
+            std::fwrite(block, 1, count, file);
+            lock.lock();
+            m_block = nullptr;
+            m_changed.notify_all();
+        }
+    }
+
+    std::mutex m_mutex;
+    std::condition_variable m_changed;
+    std::FILE* m_file = nullptr;
+    const char* m_block = nullptr;
+    std::size_t m_count = 0;
+    bool m_stop = false;
+    std::thread m_thread;  // last: starts once everything above exists
+};
+
+QMOutputBuffer::QMOutputBuffer(std::size_t capacity)
+    : m_data(new char[capacity]), m_spare(new char[capacity]), m_capacity(capacity) {}
+
+QMOutputBuffer::~QMOutputBuffer() = default;  // m_writer finishes its block and stops
 
 void QMOutputBuffer::attach(std::FILE* file) {
     flush();
     m_file = file;
 }
 
+void QMOutputBuffer::waitForBackgroundWrite() {
+    if (m_writer) m_writer->waitUntilIdle();
+}
+
+void QMOutputBuffer::handOff() {
+    if (m_used == 0) return;
+    if (!m_file) {
+        m_used = 0;
+        return;
+    }
+#if !OMBREL_PLAIN_FORMATTING
+    if (!m_writer) {
+        try {
+            m_writer = std::make_unique<BackgroundWriter>();
+        } catch (const std::system_error&) {
+            // No thread to be had: write in this one.
+        }
+    }
+    if (m_writer) {
+        m_writer->waitUntilIdle();
+        m_writer->write(m_file, m_data.get(), m_used);
+        std::swap(m_data, m_spare);
+        m_used = 0;
+        return;
+    }
+#endif
+    std::fwrite(m_data.get(), 1, m_used, m_file);
+    m_used = 0;
+}
+
 void QMOutputBuffer::append(const char* bytes, std::size_t count) {
     if (count > m_capacity - m_used) {
-        flush();
+        handOff();
         if (count > m_capacity) {
+            waitForBackgroundWrite();
             if (m_file) std::fwrite(bytes, 1, count, m_file);
             return;
         }
@@ -24,6 +118,7 @@ void QMOutputBuffer::append(const char* bytes, std::size_t count) {
 void QMOutputBuffer::append(const char* text) { append(text, std::strlen(text)); }
 
 void QMOutputBuffer::flush() {
+    waitForBackgroundWrite();
     if (m_used && m_file) std::fwrite(m_data.get(), 1, m_used, m_file);
     m_used = 0;
 }

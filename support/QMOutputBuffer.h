@@ -4,24 +4,35 @@
 #include <cstdio>
 #include <memory>
 
-// A fixed-size staging buffer in front of a stdio stream: writers format
-// records and texts into it and it reaches the stream in large blocks, so an
-// export costs one write per megabyte instead of one call per number. Memory
-// stays at the buffer's size however large the output.
+// A staging buffer in front of a stdio stream: writers format records and
+// texts into it and it reaches the stream in large blocks, so an export costs
+// one write per megabyte instead of one call per number. Memory stays at two
+// buffers however large the output.
+//
+// A full buffer is written by a background thread while formatting goes on in
+// the other buffer, so formatting and the copy into the operating system
+// overlap; the bytes reach the stream in the order they were appended. flush()
+// and attach() return only when every byte handed over has been written, and
+// the destructor waits for a write in progress, so no thread outlives the
+// buffer. (The straightforward reference build writes in the caller's thread.)
 class QMOutputBuffer {
 public:
     static constexpr std::size_t kDefaultCapacity = std::size_t(1) << 20;
 
     explicit QMOutputBuffer(std::size_t capacity = kDefaultCapacity);
+    // Waits for a write in progress; bytes not yet flushed are dropped.
+    ~QMOutputBuffer();
+    QMOutputBuffer(const QMOutputBuffer&) = delete;
+    QMOutputBuffer& operator=(const QMOutputBuffer&) = delete;
 
-    // Sends what is pending to `file`, then writes to `file` from now on
-    // (a null stream discards everything).
+    // Sends what is pending to the current stream, then writes to `file` from
+    // now on (a null stream discards everything).
     void attach(std::FILE* file);
 
     // Room for at least `bytes` (at most the capacity) at the returned
     // address; `commit` then says where the written bytes end.
     char* reserve(std::size_t bytes) {
-        if (m_capacity - m_used < bytes) flush();
+        if (m_capacity - m_used < bytes) handOff();
         return m_data.get() + m_used;
     }
     void commit(char* end) { m_used = static_cast<std::size_t>(end - m_data.get()); }
@@ -30,12 +41,23 @@ public:
     void append(const char* bytes, std::size_t count);
     void append(const char* text);
 
-    // Hands the pending bytes to the stream (not to the disk: no fflush).
+    // Hands the pending bytes to the stream and waits until they are there
+    // (in the stream, not on the disk: no fflush).
     void flush();
 
 private:
+    class BackgroundWriter;
+
+    // Passes the full buffer on (to the background writer when there is one)
+    // and continues in an empty one.
+    void handOff();
+    // Waits until the background writer has written everything it was given.
+    void waitForBackgroundWrite();
+
     std::unique_ptr<char[]> m_data;
+    std::unique_ptr<char[]> m_spare;  // the buffer being written in the background
     std::size_t m_capacity;
     std::size_t m_used = 0;
     std::FILE* m_file = nullptr;
+    std::unique_ptr<BackgroundWriter> m_writer;  // started at the first hand-off
 };
