@@ -1,5 +1,6 @@
 #pragma once
 
+#include "export/PointTextCache.h"
 #include "geometry/QMMatrix4f.h"
 #include "geometry/QMVector.h"
 #include "support/AtomicOutputFile.h"
@@ -59,8 +60,8 @@ private:
     bool writeCurrentKMesh_BIN();
     bool writeCurrentKMesh_ASCII();
 
-    // A mesh seen face by face, whatever holds it: arrays (ArrayFaces) or the
-    // host's current mesh (CurrentMeshFaces).
+    // A mesh seen face by face through its source: the host's current mesh
+    // (CurrentMeshFaces). Arrays take the faster writeArrayFaces.
     class FaceSource {
     public:
         virtual std::size_t numFaces() const = 0;
@@ -73,18 +74,28 @@ private:
     protected:
         ~FaceSource() = default;
     };
-    class ArrayFaces;
     class CurrentMeshFaces;
 
-    using WriteTriangle = void (QMSTLExport::*)(const QMVector3f&, const QMVector3f&, const QMVector3f&);
+    // A triangle corner: its point after m_matrix, and the point's index.
+    struct Corner {
+        QMVector3f point;
+        int index;
+    };
+    using WriteTriangle = void (QMSTLExport::*)(const Corner&, const Corner&, const Corner&);
     // Calls `write` for every triangle of `source` in face order: the first
     // triangle of a face, then, for a quad, (p0, p2, p3).
     void writeFaces(const FaceSource& source, WriteTriangle write);
+    // The same for meshes given as arrays, in the mode chosen at the start,
+    // with each point placed only once and the work shared among threads.
+    void writeArrayFaces(const QMArray<QMVector3f>& points, const QMArray<int>& faces);
 
     QMVector3f placed(const QMVector3f& point) const;
-    void writeTriangleBIN(const QMVector3f& p0, const QMVector3f& p1, const QMVector3f& p2);
-    void writeTriangleASCII(const QMVector3f& p0, const QMVector3f& p1, const QMVector3f& p2);
+    void writeTriangleBIN(const Corner& c0, const Corner& c1, const Corner& c2);
+    void writeTriangleASCII(const Corner& c0, const Corner& c1, const Corner& c2);
 
-    QMOutputBuffer m_out;
+    // Declared in this order so that m_out, destroyed first, has finished any
+    // write in progress before m_output closes the stream.
     AtomicOutputFile m_output;  // owns m_file while it is open
+    QMOutputBuffer m_out;
+    PointTextCache m_pointTexts;  // ASCII texts of the current mesh's recent points
 };

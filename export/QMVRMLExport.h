@@ -97,6 +97,8 @@ private:
     template <class Value>
     void writeFaceLines(const QMArray<int>& faces, const char* firstPrefix, const char* restPrefix, Value value);
 
-    QMOutputBuffer m_out;
+    // Declared in this order so that m_out, destroyed first, has finished any
+    // write in progress before m_output closes the stream.
     AtomicOutputFile m_output;  // owns m_file while it is open
+    QMOutputBuffer m_out;
 };
