@@ -1,12 +1,14 @@
 #include "export/QMVRMLExport.h"
 
 #include "export/AppendText.h"
+#include "export/OrderedChunks.h"
 #include "support/NumberText.h"
 #include "support/QMDiskServer.h"
 #include "vekio/QMVekIO.h"
 
 #include <algorithm>
 #include <cstring>
+#include <vector>
 
 namespace {
 
@@ -36,6 +38,62 @@ char* appendFlippedUV(char* out, const QMVector2f& uv) {
     out = appendFixed6(out, static_cast<double>(s));
     *out++ = ' ';
     return appendFixed6(out, static_cast<double>(t));
+}
+
+// "%f" of any float widened to double: sign, 39 digits, point, six decimals.
+constexpr std::size_t kMaxFloatFixed6Length = 48;
+// The longest array lines: three or two float numbers, or four indices, with
+// at most 64 bytes of fixed text around them.
+constexpr std::size_t kMaxFloatLine = 3 * (kMaxFloatFixed6Length + 1) + 64;
+constexpr std::size_t kMaxFaceLine = 4 * (kMaxIntegerLength + 2) + 64;
+static_assert(kMaxFloatLine <= kMaxLineLength && kMaxFaceLine <= kMaxLineLength);
+
+// Lines of a list formatted apart, on worker threads: about a megabyte.
+constexpr std::size_t kLinesPerChunk = 8192;
+
+char* formatCoordinateLine(char* out, std::size_t i, std::size_t n, const QMVector3f& p) {
+    if (n == 1) {
+        out = appendLiteral(out, "      point [ ");
+        out = appendTriple(out, p);
+        return appendLiteral(out, " ]\n");
+    }
+    out = i == 0 ? appendLiteral(out, "      point [ ") : appendLiteral(out, "         ");
+    out = appendTriple(out, p);
+    return i + 1 < n ? appendLiteral(out, ",\n") : appendLiteral(out, "]\n");
+}
+
+// Every face but the last is closed by -1 and the last by the bracket (so a
+// single face has no -1 at all).
+char* formatFaceLine(char* out, std::size_t face, std::size_t numFaces, const char* firstPrefix, const char* restPrefix,
+                     const int* values, int corners) {
+    const char* prefix = face == 0 ? firstPrefix : restPrefix;
+    out = appendText(out, prefix, std::strlen(prefix));
+    for (int j = 0; j < corners; ++j) {
+        if (j) out = appendLiteral(out, ", ");
+        out = appendInteger(out, values[j]);
+    }
+    return face + 1 < numFaces ? appendLiteral(out, ", -1,\n") : appendLiteral(out, "]\n");
+}
+
+char* formatTexCoordLine(char* out, bool first, bool last, const QMVector2f& uv) {
+    if (first && last) {
+        out = appendLiteral(out, "      point [ ");
+        out = appendFlippedUV(out, uv);
+        return appendLiteral(out, "]\n");
+    }
+    out = first ? appendLiteral(out, "      point [ ") : appendLiteral(out, "         ");
+    out = appendFlippedUV(out, uv);
+    return last ? appendLiteral(out, "]\n") : appendLiteral(out, ",\n");
+}
+
+char* formatColourLine(char* out, bool last, double red, double green, double blue) {
+    out = appendLiteral(out, "        ");
+    out = appendFixed6(out, red);
+    *out++ = ' ';
+    out = appendFixed6(out, green);
+    *out++ = ' ';
+    out = appendFixed6(out, blue);
+    return last ? appendLiteral(out, "] \n") : appendLiteral(out, ", \n");
 }
 
 }  // namespace
@@ -100,41 +158,41 @@ void QMVRMLExport::writeAppearance(const QMString& textureName) {
         "  } \n");
 }
 
+// Lines 0 to numLines-1 in chunks formatted on worker threads and written in
+// order; `formatRange(first, end, out)` writes lines first to end-1, each at
+// most maxLineBytes, and returns the end of its text.
+template <class FormatRange>
+void QMVRMLExport::writeLineRanges(std::size_t numLines, std::size_t maxLineBytes, const FormatRange& formatRange) {
+    const auto formatChunk = [&](unsigned, std::size_t chunk, ChunkBytes& bytes) {
+        const std::size_t first = chunk * kLinesPerChunk;
+        const std::size_t end = std::min(numLines, first + kLinesPerChunk);
+        bytes.size = static_cast<std::size_t>(formatRange(first, end, bytes.data.get()) - bytes.data.get());
+    };
+    const auto writeChunk = [&](const ChunkBytes& bytes) { m_out.append(bytes.data.get(), bytes.size); };
+    const std::size_t numChunks = (numLines + kLinesPerChunk - 1) / kLinesPerChunk;
+    runOrderedChunks(numChunks, kLinesPerChunk * maxLineBytes, exportWorkerCount(), formatChunk, writeChunk);
+}
+
 void QMVRMLExport::writeCoordinates(const QMArray<QMVector3f>& points) {
     m_out.append("    coord Coordinate { \n");
     const std::size_t n = points.size();
-    for (std::size_t i = 0; i < n; ++i) writeCoordinateLine(i, n, points[i]);
+    writeLineRanges(n, kMaxFloatLine, [&](std::size_t first, std::size_t end, char* out) {
+        for (std::size_t i = first; i < end; ++i)
+            out = formatCoordinateLine(out, i, n, m_useMatrix ? m_matrix * points[i] : points[i]);
+        return out;
+    });
     m_out.append("    }\n");
 }
 
 void QMVRMLExport::writeCoordinateLine(std::size_t i, std::size_t n, const QMVector3f& point) {
     const QMVector3f p = m_useMatrix ? m_matrix * point : point;
-    char* out = m_out.reserve(kMaxLineLength);
-    if (n == 1) {
-        out = appendLiteral(out, "      point [ ");
-        out = appendTriple(out, p);
-        out = appendLiteral(out, " ]\n");
-    } else {
-        out = i == 0 ? appendLiteral(out, "      point [ ") : appendLiteral(out, "         ");
-        out = appendTriple(out, p);
-        out = i + 1 < n ? appendLiteral(out, ",\n") : appendLiteral(out, "]\n");
-    }
-    m_out.commit(out);
+    m_out.commit(formatCoordinateLine(m_out.reserve(kMaxLineLength), i, n, p));
 }
 
-// Every face but the last is closed by -1 and the last by the bracket (so a
-// single face has no -1 at all).
 void QMVRMLExport::writeFaceLine(std::size_t face, std::size_t numFaces, const char* firstPrefix,
                                  const char* restPrefix, const int* values, int corners) {
-    char* out = m_out.reserve(kMaxLineLength);
-    const char* prefix = face == 0 ? firstPrefix : restPrefix;
-    out = appendText(out, prefix, std::strlen(prefix));
-    for (int j = 0; j < corners; ++j) {
-        if (j) out = appendLiteral(out, ", ");
-        out = appendInteger(out, values[j]);
-    }
-    out = face + 1 < numFaces ? appendLiteral(out, ", -1,\n") : appendLiteral(out, "]\n");
-    m_out.commit(out);
+    m_out.commit(
+        formatFaceLine(m_out.reserve(kMaxLineLength), face, numFaces, firstPrefix, restPrefix, values, corners));
 }
 
 // One line per face: the first after `firstPrefix`, the others after
@@ -146,19 +204,32 @@ template <class Value>
 void QMVRMLExport::writeFaceLines(const QMArray<int>& faces, const char* firstPrefix, const char* restPrefix,
                                   Value value) {
     const std::size_t numFaces = faces.size() / 4;
+    if (numFaces == 0) return;
+    const int* allFaces = &faces[0];
+    // The counter where each chunk starts, so that chunks can be formatted apart.
+    std::vector<std::uint32_t> chunkCounters((numFaces + kLinesPerChunk - 1) / kLinesPerChunk);
     std::uint32_t counter = 0;
     for (std::size_t i = 0; i < numFaces; ++i) {
-        const int corners = faces[4 * i + 3] == -1 ? 3 : 4;
-        int values[4];
-        for (int j = 0; j < corners; ++j) values[j] = value(i, j, counter);
-        writeFaceLine(i, numFaces, firstPrefix, restPrefix, values, corners);
-        counter += static_cast<std::uint32_t>(corners);
+        if (i % kLinesPerChunk == 0) chunkCounters[i / kLinesPerChunk] = counter;
+        counter += allFaces[4 * i + 3] == -1 ? 3u : 4u;
     }
+    writeLineRanges(numFaces, kMaxFaceLine, [&](std::size_t first, std::size_t end, char* out) {
+        std::uint32_t faceCounter = chunkCounters[first / kLinesPerChunk];
+        for (std::size_t i = first; i < end; ++i) {
+            const int corners = allFaces[4 * i + 3] == -1 ? 3 : 4;
+            int values[4];
+            for (int j = 0; j < corners; ++j) values[j] = value(i, j, faceCounter);
+            out = formatFaceLine(out, i, numFaces, firstPrefix, restPrefix, values, corners);
+            faceCounter += static_cast<std::uint32_t>(corners);
+        }
+        return out;
+    });
 }
 
 void QMVRMLExport::writeCoordIndices(const QMArray<int>& faces) {
-    writeFaceLines(faces, kCoordIndexFirst, kCoordIndexRest, [&faces](std::size_t face, int corner, std::uint32_t) {
-        return faces[4 * face + std::size_t(corner)];
+    const int* allFaces = &faces[0];
+    writeFaceLines(faces, kCoordIndexFirst, kCoordIndexRest, [allFaces](std::size_t face, int corner, std::uint32_t) {
+        return allFaces[4 * face + std::size_t(corner)];
     });
 }
 
@@ -167,17 +238,7 @@ void QMVRMLExport::beginTextureCoordinates() { m_out.append("\n    texCoord Text
 void QMVRMLExport::endTextureCoordinates() { m_out.append("    } \n\n"); }
 
 void QMVRMLExport::writeTexCoordLine(bool first, bool last, const QMVector2f& uv) {
-    char* out = m_out.reserve(kMaxLineLength);
-    if (first && last) {
-        out = appendLiteral(out, "      point [ ");
-        out = appendFlippedUV(out, uv);
-        out = appendLiteral(out, "]\n");
-    } else {
-        out = first ? appendLiteral(out, "      point [ ") : appendLiteral(out, "         ");
-        out = appendFlippedUV(out, uv);
-        out = last ? appendLiteral(out, "]\n") : appendLiteral(out, ",\n");
-    }
-    m_out.commit(out);
+    m_out.commit(formatTexCoordLine(m_out.reserve(kMaxLineLength), first, last, uv));
 }
 
 void QMVRMLExport::writeTextureCoordinates(const QMArray<int>& faces, const QMArray<QMVector2f>& uvs) {
@@ -191,10 +252,15 @@ void QMVRMLExport::writeTextureCoordinates(const QMArray<int>& faces, const QMAr
     while (faces[last] == -1) --last;
 
     beginTextureCoordinates();
-    for (std::size_t k = first; k <= last; ++k) {
-        if (faces[k] == -1) continue;
-        writeTexCoordLine(k == first, k == last, uvs[k]);
-    }
+    const int* corners = &faces[0];
+    const QMVector2f* entries = &uvs[0];
+    writeLineRanges(last - first + 1, kMaxFloatLine, [&](std::size_t rangeFirst, std::size_t rangeEnd, char* out) {
+        for (std::size_t k = first + rangeFirst; k < first + rangeEnd; ++k) {
+            if (corners[k] == -1) continue;
+            out = formatTexCoordLine(out, k == first, k == last, entries[k]);
+        }
+        return out;
+    });
     endTextureCoordinates();
 
     // The kept entries are numbered face by face, three for a triangle and
@@ -215,26 +281,21 @@ void QMVRMLExport::beginColours() {
 void QMVRMLExport::endColours() { m_out.append("    }\n"); }
 
 void QMVRMLExport::writeColourLine(bool last, double red, double green, double blue) {
-    char* out = m_out.reserve(kMaxLineLength);
-    out = appendLiteral(out, "        ");
-    out = appendFixed6(out, red);
-    *out++ = ' ';
-    out = appendFixed6(out, green);
-    *out++ = ' ';
-    out = appendFixed6(out, blue);
-    out = last ? appendLiteral(out, "] \n") : appendLiteral(out, ", \n");
-    m_out.commit(out);
+    m_out.commit(formatColourLine(m_out.reserve(kMaxLineLength), last, red, green, blue));
 }
 
 void QMVRMLExport::writeColours(const QMArray<std::uint32_t>& mrgb) {
     beginColours();
-    QMVekIO converter;
     const std::size_t m = mrgb.size();
-    for (std::size_t i = 0; i < m; ++i) {
-        QMVector3f colour;
-        converter.convertOneMRGBToColor3f(colour, mrgb, static_cast<int>(i));
-        writeColourLine(i + 1 == m, static_cast<double>(colour.x), static_cast<double>(colour.y),
-                        static_cast<double>(colour.z));
-    }
+    writeLineRanges(m, kMaxFloatLine, [&](std::size_t first, std::size_t end, char* out) {
+        QMVekIO converter;
+        for (std::size_t i = first; i < end; ++i) {
+            QMVector3f colour;
+            converter.convertOneMRGBToColor3f(colour, mrgb, static_cast<int>(i));
+            out = formatColourLine(out, i + 1 == m, static_cast<double>(colour.x), static_cast<double>(colour.y),
+                                   static_cast<double>(colour.z));
+        }
+        return out;
+    });
     endColours();
 }

@@ -96,6 +96,8 @@ private:
 
     template <class Value>
     void writeFaceLines(const QMArray<int>& faces, const char* firstPrefix, const char* restPrefix, Value value);
+    template <class FormatRange>
+    void writeLineRanges(std::size_t numLines, std::size_t maxLineBytes, const FormatRange& formatRange);
 
     // Declared in this order so that m_out, destroyed first, has finished any
     // write in progress before m_output closes the stream.
