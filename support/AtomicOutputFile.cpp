@@ -69,6 +69,14 @@ std::FILE* AtomicOutputFile::open(const QMString& path, const char* mode) {
     const bool exists = stat(destination.c_str(), &existing) == 0;
     if (exists && (S_ISDIR(existing.st_mode) || access(destination.c_str(), W_OK) != 0)) return nullptr;
 
+    // A device, a pipe or a socket cannot be replaced by a file, and a file
+    // with several names would lose the others: those are written in place.
+    if (exists && (!S_ISREG(existing.st_mode) || existing.st_nlink > 1)) {
+        m_stream = std::fopen(destination.c_str(), mode);
+        m_inPlace = m_stream != nullptr;
+        return m_stream;
+    }
+
     // A nameless file (O_TMPFILE) vanishes with the process if the export
     // never completes; file systems without them get a hidden named file.
     int fd = -1;
@@ -86,7 +94,13 @@ std::FILE* AtomicOutputFile::open(const QMString& path, const char* mode) {
         }
     }
     if (fd < 0) return nullptr;
-    if (exists) fchmod(fd, existing.st_mode & 07777);
+    if (exists) {
+        // The replacement keeps the file's owner (when allowed) and permissions.
+        if (fchown(fd, existing.st_uid, existing.st_gid) != 0) {
+            // Not ours to give away: the new file stays the writer's.
+        }
+        fchmod(fd, existing.st_mode & 07777);
+    }
 
     m_stream = fdopen(fd, mode);
     if (!m_stream) {
@@ -124,6 +138,12 @@ void AtomicOutputFile::removeHiddenName() {
 bool AtomicOutputFile::commit() {
     if (!m_stream) return false;
     bool complete = std::fflush(m_stream) == 0 && !std::ferror(m_stream);
+    if (m_inPlace) {
+        if (std::fclose(m_stream) != 0) complete = false;
+        m_stream = nullptr;
+        m_inPlace = false;
+        return complete;
+    }
     if (complete && m_hiddenName.empty()) complete = linkHiddenName();
     if (std::fclose(m_stream) != 0) complete = false;
     m_stream = nullptr;
@@ -139,5 +159,6 @@ bool AtomicOutputFile::commit() {
 void AtomicOutputFile::discard() {
     if (m_stream) std::fclose(m_stream);
     m_stream = nullptr;
+    m_inPlace = false;
     removeHiddenName();
 }

@@ -22,8 +22,14 @@
 // Opening fails, as fopen with "w" would, when the directory is missing or
 // not writable, or the destination is a directory or a file that cannot be
 // written. The new file gets the permissions of the file it replaces, or
-// those a new file would get (0666 less the umask). A destination that is a
-// symbolic link is replaced at the file it points to, so the link survives.
+// those a new file would get (0666 less the umask), and the replaced file's
+// owner where the process may give it. A destination that is a symbolic link
+// is replaced at the file it points to, so the link survives.
+//
+// What cannot be replaced is written in place, as fopen would: a destination
+// that is not a regular file (a device such as /dev/null, a pipe, a socket)
+// and a regular file with more than one name (its other names keep seeing
+// it). Those get no protection from a failed export.
 class AtomicOutputFile {
 public:
     AtomicOutputFile() = default;
@@ -57,4 +63,5 @@ private:
     std::FILE* m_stream = nullptr;
     std::string m_destination;  // where the finished file goes
     std::string m_hiddenName;   // the new file's own name, when it has one
+    bool m_inPlace = false;     // writing straight to the destination
 };

@@ -9,6 +9,8 @@
 #include <filesystem>
 #include <string>
 #include <sys/stat.h>
+#include <sys/sysmacros.h>
+#include <thread>
 #include <unistd.h>
 #include <vector>
 
@@ -240,6 +242,60 @@ TEST_P(AtomicOutputFileTest, ARelativePathIsReplacedInTheWorkingDirectory) {
     EXPECT_TRUE(file.commit());
     std::filesystem::current_path(previous);
     EXPECT_EQ(readFileText(dir.file("relative.stl")), "here");
+}
+
+TEST_P(AtomicOutputFileTest, APipeIsWrittenInPlaceAndStaysAPipe) {
+    const std::string pipe = dir.file("pipe.stl");
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0644), 0);
+    std::string received;
+    std::thread reader([&] { received = readFileText(pipe); });
+    AtomicOutputFile file;
+    std::FILE* stream = file.open(QMString(pipe.c_str()), "wb");
+    ASSERT_NE(stream, nullptr);
+    write(stream, "through the pipe");
+    EXPECT_TRUE(file.commit());
+    reader.join();
+    EXPECT_EQ(received, "through the pipe");
+    struct stat info;
+    ASSERT_EQ(lstat(pipe.c_str(), &info), 0);
+    EXPECT_TRUE(S_ISFIFO(info.st_mode));
+    EXPECT_EQ(entries(), Names{"pipe.stl"});
+}
+
+TEST_P(AtomicOutputFileTest, ADeviceIsWrittenInPlaceAndStaysADevice) {
+    // A node of the null device inside the test's own directory.
+    const std::string device = dir.file("null.stl");
+    if (mknod(device.c_str(), S_IFCHR | 0666, makedev(1, 3)) != 0) GTEST_SKIP() << "cannot make a device node here";
+    AtomicOutputFile file;
+    write(file.open(QMString(device.c_str()), "wb"), "discarded");
+    EXPECT_TRUE(file.commit());
+    struct stat info;
+    ASSERT_EQ(lstat(device.c_str(), &info), 0);
+    EXPECT_TRUE(S_ISCHR(info.st_mode));
+    EXPECT_EQ(entries(), Names{"null.stl"});
+}
+
+TEST_P(AtomicOutputFileTest, AFileWithSeveralNamesIsWrittenInPlace) {
+    writeFileText(dir.file("out.stl"), "previous");
+    ASSERT_EQ(link(dir.file("out.stl").c_str(), dir.file("other-name.stl").c_str()), 0);
+    AtomicOutputFile file;
+    write(file.open(QMString(dir.file("out.stl").c_str()), "wb"), "new");
+    EXPECT_TRUE(file.commit());
+    EXPECT_EQ(readFileText(dir.file("out.stl")), "new");
+    EXPECT_EQ(readFileText(dir.file("other-name.stl")), "new");
+}
+
+TEST_P(AtomicOutputFileTest, TheReplacedFileKeepsItsOwner) {
+    if (geteuid() != 0) GTEST_SKIP() << "only root may give a file to another owner";
+    writeFileText(dir.file("out.stl"), "previous");
+    ASSERT_EQ(chown(dir.file("out.stl").c_str(), 65534, 65534), 0);
+    AtomicOutputFile file;
+    write(file.open(QMString(dir.file("out.stl").c_str()), "wb"), "new");
+    ASSERT_TRUE(file.commit());
+    struct stat info;
+    ASSERT_EQ(stat(dir.file("out.stl").c_str(), &info), 0);
+    EXPECT_EQ(info.st_uid, 65534u);
+    EXPECT_EQ(info.st_gid, 65534u);
 }
 
 INSTANTIATE_TEST_SUITE_P(NamelessAndNamed, AtomicOutputFileTest, ::testing::Bool(),
