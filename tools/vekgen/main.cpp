@@ -1,6 +1,7 @@
 // vekgen: writes Vek mesh files for tests, samples and benchmarks.
 
 #include "tools/vekgen/BlockScript.h"
+#include "tools/vekgen/PlyCommand.h"
 #include "tools/vekgen/SceneGenerator.h"
 #include "tools/vekgen/VekInspector.h"
 
@@ -27,6 +28,7 @@ const char* const kUsage =
     "       vekgen sample OUTDIR\n"
     "       vekgen blocks OUT.vek [DESCRIPTION]\n"
     "       vekgen info FILE...\n"
+    "       vekgen ply [--triangles] [--height H] OUT.ply FILE.vek...\n"
     "       vekgen --help | --version\n";
 
 const char* const kHelp =
@@ -46,6 +48,11 @@ const char* const kHelp =
     "      DESCRIPTION, or from standard input when it is omitted or \"-\".\n"
     "  info FILE...\n"
     "      Lists the blocks of Vek files and reports damaged ones.\n"
+    "  ply [--triangles] [--height H] OUT.ply FILE.vek...\n"
+    "      Writes the meshes of the Vek files as one binary PLY file: faces as\n"
+    "      they are, with per-vertex u v and colours, or with --triangles only\n"
+    "      positions and every quad split into two triangles. --height places\n"
+    "      the scene like an export: minimum corner at the origin, Y extent H.\n"
     "\n"
     "Description grammar for 'blocks':\n";
 
@@ -183,6 +190,13 @@ int main(int argc, char** argv) {
         if (command == "sample") return runSample(args);
         if (command == "blocks") return runBlocks(args);
         if (command == "info") return runInfo(args);
+        if (command == "ply") {
+            try {
+                return vekgen::runPly(args);
+            } catch (const std::invalid_argument& e) {
+                throw UsageError(e.what());
+            }
+        }
         throw UsageError("unknown command \"" + command + "\"");
     } catch (const UsageError& e) {
         std::fprintf(stderr, "vekgen: %s (try vekgen --help)\n", e.what());
