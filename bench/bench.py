@@ -1,0 +1,331 @@
+"""The benchmark driver: generates the scenes, measures Ombrel's exports, the
+I/O floor, the printf baseline and the peer tools on them, compares every kept
+output with the straightforward reference build's, and writes the report.
+bench/run.sh builds the programs and calls it; see bench/README.md.
+
+Usage: bench.py [--quick] [--started-at EPOCH]
+Exit status: 0, or 1 when an output differs from the reference build's or a
+benchmark program of the project fails.
+"""
+import argparse
+import glob
+import hashlib
+import json
+import os
+import re
+import shutil
+import subprocess
+import sys
+import time
+
+from measure import RunFailed, Runner
+import report
+
+ROOT = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
+NATIVE = os.path.join(ROOT, "build", "native")
+LIBRARY = os.path.join(NATIVE, "libombrel.so")
+REFERENCE_LIBRARY = os.path.join(ROOT, "build", "bench-reference", "libombrel.so")
+VEKGEN = os.path.join(NATIVE, "tools", "vekgen", "vekgen")
+BENCH_EXPORT = os.path.join(NATIVE, "bench", "bench_export")
+BENCH_FLOOR = os.path.join(NATIVE, "bench", "bench_io_floor")
+BENCH_PRINTF = os.path.join(NATIVE, "bench", "bench_printf")
+BENCH_RUSAGE = os.path.join(NATIVE, "bench", "bench_rusage")
+PEERS_SCRIPT = os.path.join(ROOT, "bench", "peers.py")
+PYTHON = "/usr/bin/python3"
+
+FILES, SEED, HEIGHT = 4, 1, 100
+SCENES = [("100k", 100_000, 5), ("1M", 1_000_000, 5), ("10M", 10_000_000, 3)]  # label, faces, timed runs
+QUICK_SCENES = [("100k", 100_000, 3), ("1M", 1_000_000, 3)]
+# An item whose warm-up takes longer than this is measured by that run alone.
+SINGLE_RUN, QUICK_SINGLE_RUN = 20.0, 5.0
+
+# Ombrel's measured exports: mode, file extension, kind of I/O floor.
+EXPORTS = [("bounds", ".box", "bounds"), ("stl-binary", ".stl", "stl"), ("stl-ascii", ".stl", "stl"),
+           ("vrml", ".wrl", "vrml"), ("vrml-colors", ".wrl", "vrml")]
+PRINTF_MODES = ("stl-ascii", "vrml", "vrml-colors")
+# Outputs compared with the reference build at 10M (all of them at the smaller sizes).
+REFERENCE_10M = ("bounds", "stl-binary")
+# At 10M a peer (or the printf baseline) runs only when ten times its 1M
+# median stays within this many seconds.
+LIMIT_10M = 20.0
+
+
+def peer_table():
+    """Per export mode: (label, program, PLY kind, arguments of IN and OUT, timers)."""
+    own = {"time": lambda r: r.reported()}
+    assimp = {"assimp CLI (wall, includes PLY import)": lambda r: r.wall,
+              "assimp export step (its own timer)": lambda r: r.assimp_export_step()}
+
+    def script(peer):
+        return lambda i, o: [PYTHON, PEERS_SCRIPT, peer, i, o]
+
+    return {
+        "stl-binary": [("assimp", "assimp", "tri", lambda i, o: ["assimp", "export", i, o, "-fstlb"], assimp),
+                       ("numpy-stl", "stl", "tri", script("numpy-stl-binary"), own),
+                       ("meshio", "meshio", "tri", script("meshio-binary"), own)],
+        "stl-ascii": [("assimp", "assimp", "tri", lambda i, o: ["assimp", "export", i, o, "-fstl"], assimp),
+                      ("numpy-stl", "stl", "tri", script("numpy-stl-ascii"), own),
+                      ("meshio", "meshio", "tri", script("meshio-ascii"), own)],
+        "vrml": [("VTK vtkVRMLExporter", "vtk", "poly", script("vtk-vrml"), own)],
+        "vrml-colors": [("VTK vtkVRMLExporter", "vtk", "poly", script("vtk-vrml-colors"), own)],
+    }
+
+
+def say(text):
+    print(text, flush=True)
+
+
+def available(program):
+    """Whether a peer's program (assimp) or Python module is installed."""
+    if program == "assimp":
+        return shutil.which("assimp") is not None
+    return subprocess.run([PYTHON, "-c", "import " + program], capture_output=True).returncode == 0
+
+
+def file_digest(path):
+    digest = hashlib.sha256()
+    with open(path, "rb") as f:
+        for chunk in iter(lambda: f.read(1 << 20), b""):
+            digest.update(chunk)
+    return digest.hexdigest()
+
+
+def array_bytes(path):
+    """Bytes of the arrays an export holds for one Vek file, from its block
+    counts as `vekgen info` lists them."""
+    sizes = {"Points": 12, "Face4": 16, "UV4": 32, "MRGB": 4}
+    listing = subprocess.run([VEKGEN, "info", path], capture_output=True, text=True, check=True).stdout
+    total = 0
+    for name, count in re.findall(r"^\s+\d+\s+\d+\s+(\w+)\s+(\d+)\s+\d+", listing, re.M):
+        total += sizes.get(name, 0) * int(count)
+    return total
+
+
+class Scene:
+    """One generated scene in the scratch directory, reused while the
+    generator and its arguments stay the same."""
+
+    def __init__(self, scratch, label, faces):
+        self.label, self.faces = label, faces
+        self.dir = os.path.join(scratch, "scenes", label)
+        arguments = ["scene", "--faces", str(faces), "--files", str(FILES), "--seed", str(SEED)]
+        stamp = {"arguments": arguments, "vekgen": file_digest(VEKGEN)}
+        stamp_path = os.path.join(self.dir, "stamp.json")
+        if not os.path.exists(stamp_path) or json.load(open(stamp_path)) != stamp:
+            say("[%s] generating: vekgen %s" % (label, " ".join(arguments)))
+            shutil.rmtree(self.dir, ignore_errors=True)
+            subprocess.run([VEKGEN] + arguments + [self.dir], check=True, stdout=subprocess.DEVNULL)
+            json.dump(stamp, open(stamp_path, "w"))
+        self.files = sorted(glob.glob(os.path.join(self.dir, "part*.vek")),
+                            key=lambda p: int(re.search(r"(\d+)\.vek$", p).group(1)))
+        self.largest_arrays = max(array_bytes(p) for p in self.files)
+
+    def ply(self, kind):
+        """The scene as PLY for the peers: "tri" (triangles) or "poly"."""
+        path = os.path.join(self.dir, kind + ".ply")
+        if not os.path.exists(path):
+            say("[%s] converting to %s" % (self.label, os.path.basename(path)))
+            options = ["--triangles"] if kind == "tri" else []
+            subprocess.run([VEKGEN, "ply"] + options + ["--height", str(HEIGHT), path + ".part"] + self.files,
+                           check=True, stdout=subprocess.DEVNULL)
+            os.replace(path + ".part", path)
+        return path
+
+
+def describe(label, what, result):
+    say("[%s] %-44s %2d run%s  median %9.4f s  %8.1f MB/s  %7.1f MiB%s" %
+        (label, what, result.runs, "" if result.runs == 1 else "s", result.seconds,
+         result.output_bytes / 1e6 / result.seconds if result.seconds > 0 else 0, result.rss_mib,
+         "  (" + result.note + ")" if result.note else ""))
+
+
+def entry_name(peer, timer):
+    """A peer's row: its name, or the timer's own name when it has several."""
+    return peer if timer == "time" else timer
+
+
+class SceneBench:
+    """Everything measured on one scene, gathered into `data`; `earlier`
+    holds the previous scene's data, for the time budget of slow items at 10M."""
+
+    OWN_TIME = {"time": lambda r: r.reported()}
+
+    def __init__(self, runner, scene, runs, out_dir, data, earlier):
+        self.runner, self.scene, self.runs, self.data, self.earlier = runner, scene, runs, data, earlier
+        self.out_dir = out_dir
+        self.keep_dir = os.path.join(out_dir, "kept")
+        os.makedirs(self.keep_dir)
+        self.installed = {}
+
+    def run(self):
+        peers = peer_table()
+        for mode, extension, floor_kind in EXPORTS:
+            output_bytes = self.ombrel(mode, extension)
+            self.floor(mode, extension, floor_kind, output_bytes)
+            if mode in PRINTF_MODES:
+                self.printf(mode, extension)
+            for peer in peers.get(mode, []):
+                self.peer(mode, extension, *peer)
+
+    def label(self):
+        return self.scene.label
+
+    def fits(self, kind, mode, name):
+        """Whether a slow item fits the time budget, and why not."""
+        if self.label() != "10M":
+            return True, ""
+        before = self.earlier.get(kind, {}).get(mode, {}).get(name) if self.earlier else None
+        if not before or "seconds" not in before:
+            return False, "skipped: not measured at 1M"
+        if 10 * before["seconds"] > LIMIT_10M:
+            return False, "skipped: 10 x its 1M time is %.0f s, over the %.0f s budget" % (
+                10 * before["seconds"], LIMIT_10M)
+        return True, ""
+
+    def ombrel(self, mode, extension):
+        output = os.path.join(self.out_dir, "ombrel-" + mode + extension)
+        keep = None
+        if self.label() != "10M" or mode in REFERENCE_10M:
+            keep = os.path.join(self.keep_dir, "ombrel-" + mode + extension)
+        command = [BENCH_EXPORT, LIBRARY, mode, output] + self.scene.files
+        result = self.runner.measure(command, output, self.runs, self.OWN_TIME, keep)["time"]
+        describe(self.label(), "Ombrel " + mode, result)
+        self.data["ombrel"][mode] = vars(result)
+        return result.output_bytes
+
+    def floor(self, mode, extension, kind, output_bytes):
+        output = os.path.join(self.out_dir, "floor" + extension)
+        command = [BENCH_FLOOR, kind, str(output_bytes), output] + self.scene.files
+        result = self.runner.measure(command, output, self.runs, self.OWN_TIME)["time"]
+        describe(self.label(), "I/O floor for " + mode, result)
+        self.data["floor"][mode] = vars(result)
+
+    def printf(self, mode, extension):
+        entries = self.data["printf"].setdefault(mode, {})
+        ok, why = self.fits("printf", mode, "printf")
+        if not ok:
+            say("[%s] printf baseline %s %s" % (self.label(), mode, why))
+            entries["printf"] = {"skipped": why}
+            return
+        output = os.path.join(self.out_dir, "printf" + extension)
+        command = [BENCH_PRINTF, mode, output] + self.scene.files
+        result = self.runner.measure(command, output, self.runs, self.OWN_TIME)["time"]
+        describe(self.label(), "printf baseline " + mode, result)
+        entries["printf"] = vars(result)
+
+    def peer(self, mode, extension, name, program, ply_kind, arguments, timers):
+        entries = self.data["peers"].setdefault(mode, {})
+
+        def skip(why):
+            for timer in timers:
+                entries[entry_name(name, timer)] = {"skipped": why}
+            say("[%s] %s %s %s" % (self.label(), name, mode, why))
+
+        if program not in self.installed:
+            self.installed[program] = available(program)
+        if not self.installed[program]:
+            return skip("not installed")
+        ok, why = self.fits("peers", mode, entry_name(name, next(iter(timers))))
+        if not ok:
+            return skip(why)
+        output = os.path.join(self.out_dir, "peer" + extension)
+        try:
+            results = self.runner.measure(arguments(self.scene.ply(ply_kind), output), output, self.runs, timers)
+        except RunFailed as failure:
+            return skip("failed: " + str(failure)[:300])
+        for timer, result in results.items():
+            describe(self.label(), entry_name(name, timer) + " " + mode, result)
+            entries[entry_name(name, timer)] = vars(result)
+
+
+def reference_check(runner, scenes, keep_dirs, out_root):
+    """Runs the kept exports again through the reference build and compares
+    the bytes. Returns the list of comparisons."""
+    checks = []
+    for scene in scenes:
+        for mode, extension, _ in EXPORTS:
+            kept = os.path.join(keep_dirs[scene.label], "ombrel-" + mode + extension)
+            if not os.path.exists(kept):
+                continue
+            reference = os.path.join(out_root, scene.label, "reference-" + mode + extension)
+            run = runner.run_once([BENCH_EXPORT, REFERENCE_LIBRARY, mode, reference] + scene.files, reference)
+            same = subprocess.run(["cmp", "-s", kept, reference]).returncode == 0
+            checks.append({"scene": scene.label, "mode": mode, "bytes": os.path.getsize(kept),
+                           "reference_bytes": run.output_bytes, "identical": same,
+                           "reference_seconds": run.reported()})
+            say("[%s] reference build, %-12s %s (%.2f s)" % (scene.label, mode, "identical" if same else "DIFFERENT",
+                                                           run.reported()))
+            if same:
+                os.remove(kept)
+                os.remove(reference)
+            else:
+                say("    kept for inspection: %s %s" % (kept, reference))
+    return checks
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
+    parser.add_argument("--quick", action="store_true", help="100k and 1M only, 3 runs (1 for slow items)")
+    parser.add_argument("--started-at", type=float, help="when the command started (for the total time)")
+    args = parser.parse_args()
+    started = args.started_at or time.time()
+
+    scratch = os.path.abspath(os.environ.get("OMBREL_BENCH_DIR", "/tmp/ombrel-bench"))
+    if os.path.commonpath([scratch, ROOT]) == ROOT:
+        sys.exit("bench.py: the scratch directory %s is inside the repository" % scratch)
+    out_root = os.path.join(scratch, "out")
+    shutil.rmtree(out_root, ignore_errors=True)
+    for program in (LIBRARY, REFERENCE_LIBRARY, VEKGEN, BENCH_EXPORT, BENCH_FLOOR, BENCH_PRINTF, BENCH_RUSAGE):
+        if not os.path.exists(program):
+            sys.exit("bench.py: %s is missing; run bench/run.sh, which builds it" % program)
+    say("scratch directory %s" % scratch)
+
+    os.makedirs(scratch, exist_ok=True)
+    environment = report.machine(ROOT, "bash bench/run.sh" + (" --quick" if args.quick else ""), scratch)
+    runner = Runner(BENCH_RUSAGE, QUICK_SINGLE_RUN if args.quick else SINGLE_RUN)
+    environment["launcher_rss_kib"] = runner.run_once(["true"]).max_rss_kib
+    scenes, keep_dirs, measured = [], {}, []
+    failed = None
+    try:
+        previous = None
+        for label, faces, runs in QUICK_SCENES if args.quick else SCENES:
+            scene = Scene(scratch, label, faces)
+            data = {"label": label, "faces": faces, "files": FILES, "largest_arrays": scene.largest_arrays,
+                    "ombrel": {}, "floor": {}, "printf": {}, "peers": {}}
+            measured_scene = SceneBench(runner, scene, runs, os.path.join(out_root, label), data, previous)
+            measured_scene.run()
+            keep_dirs[label] = measured_scene.keep_dir
+            scenes.append(scene)
+            measured.append(data)
+            previous = data
+        say("comparing with the reference build (%s)" % REFERENCE_LIBRARY)
+        checks = reference_check(runner, scenes, keep_dirs, out_root)
+    except RunFailed as failure:
+        failed = str(failure)
+        checks = []
+        say("FAILED: " + failed)
+
+    environment["total_seconds"] = time.time() - started
+    environment["load_after"] = report.load_average()
+    targets = report.targets(measured, args.quick)
+    markdown = report.markdown(environment, measured, checks, targets, failed)
+    with open(os.path.join(ROOT, "bench", "results.md"), "w") as f:
+        f.write(markdown)
+    with open(os.path.join(scratch, "results.json"), "w") as f:
+        json.dump({"environment": environment, "scenes": measured, "checks": checks, "targets": targets}, f,
+                  indent=1)
+
+    say("")
+    for target in targets:
+        say("target %-4s %s: %s (%s)" % (target["result"], target["scene"], target["target"], target["measured"]))
+    different = [c for c in checks if not c["identical"]]
+    say("byte-exact check: %d outputs compared, %d different" % (len(checks), len(different)))
+    say("total time %.1f min; report written to bench/results.md" % (environment["total_seconds"] / 60))
+    if failed or different or not checks:
+        say("BENCHMARK FAILED")
+        return 1
+    return 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())

@@ -1,0 +1,268 @@
+"""The benchmark's targets and its markdown report (bench/results.md)."""
+import os
+import platform
+import subprocess
+import time
+
+MIB = 1024 * 1024
+MEMORY_ALLOWANCE = 64 * MIB
+
+EXPORT_NAMES = {"bounds": "scene-bounds pass", "stl-binary": "binary STL", "stl-ascii": "ASCII STL",
+                "vrml": "VRML", "vrml-colors": "VRML with colours"}
+GROWTH_LIMIT = 1.2
+
+
+def load_average():
+    return "%.2f %.2f %.2f" % os.getloadavg()
+
+
+def _first_line(command):
+    try:
+        return subprocess.run(command, capture_output=True, text=True).stdout.splitlines()[0]
+    except (OSError, IndexError):
+        return "?"
+
+
+def _sysctl(name):
+    with open("/proc/sys/vm/" + name) as f:
+        return f.read().strip()
+
+
+def machine(root, command, scratch):
+    """The facts about the machine and the sources that the report starts with."""
+    cpu = "?"
+    with open("/proc/cpuinfo") as f:
+        for line in f:
+            if line.startswith("model name"):
+                cpu = line.split(":", 1)[1].strip()
+                break
+    with open("/proc/meminfo") as f:
+        memory = next(line.split(":", 1)[1].strip() for line in f if line.startswith("MemTotal"))
+    revision = _first_line(["git", "-C", root, "rev-parse", "--short", "HEAD"])
+    dirty = subprocess.run(["git", "-C", root, "status", "--porcelain", "--untracked-files=no"],
+                           capture_output=True, text=True).stdout.strip()
+    return {"date": time.strftime("%Y-%m-%d %H:%M:%S %Z"), "cpu": cpu, "nproc": _first_line(["nproc"]),
+            "memory": memory, "kernel": platform.release(), "compiler": _first_line(["g++", "--version"]),
+            "revision": revision + (" with uncommitted changes" if dirty else ""), "command": command,
+            "load_before": load_average(),
+            "scratch": "%s (%s)" % (scratch, _first_line(["findmnt", "-n", "-o", "FSTYPE", "-T", scratch])),
+            "dirty": "vm.dirty_background_ratio %s, vm.dirty_ratio %s" % (_sysctl("dirty_background_ratio"),
+                                                                          _sysctl("dirty_ratio"))}
+
+
+def _measured(entry):
+    return entry is not None and "seconds" in entry
+
+
+def fastest_peer(scene, mode):
+    """(name, seconds) of the fastest measured peer of an export, or None."""
+    found = [(e["seconds"], name) for name, e in scene["peers"].get(mode, {}).items() if _measured(e)]
+    return (min(found)[1], min(found)[0]) if found else None
+
+
+def _printf(scene, mode):
+    entry = scene["printf"].get(mode, {}).get("printf")
+    return entry if _measured(entry) else None
+
+
+def memory_limit(scene):
+    return scene["largest_arrays"] + MEMORY_ALLOWANCE
+
+
+def growth(scenes):
+    """Per export: (1M seconds per face, 10M seconds per face, ratio)."""
+    by = {s["label"]: s for s in scenes}
+    if "1M" not in by or "10M" not in by:
+        return {}
+    rows = {}
+    for mode in by["1M"]["ombrel"]:
+        small = by["1M"]["ombrel"][mode]["seconds"] / by["1M"]["faces"]
+        large = by["10M"]["ombrel"][mode]["seconds"] / by["10M"]["faces"]
+        rows[mode] = (small, large, large / small)
+    return rows
+
+
+def targets(scenes, quick):
+    """Every target with its measured value and PASS, FAIL or n/a."""
+    out = []
+
+    def add(target, scene, measured, ok):
+        out.append({"target": target, "scene": scene, "measured": measured,
+                    "result": "n/a" if ok is None else "PASS" if ok else "FAIL"})
+
+    by = {s["label"]: s for s in scenes}
+    for label in ("1M", "10M"):
+        target = "binary STL at most 1.3x the I/O floor"
+        if label in by:
+            ratio = by[label]["ombrel"]["stl-binary"]["seconds"] / by[label]["floor"]["stl-binary"]["seconds"]
+            add(target, label, "%.2fx the floor" % ratio, ratio <= 1.3)
+        else:
+            add(target, label, "not measured (quick mode)" if quick else "not measured", None)
+    for scene in scenes:
+        label = scene["label"]
+        for mode, peer_factor, printf_factor in (("stl-ascii", 10, 8), ("vrml", 5, 8), ("vrml-colors", 5, 8)):
+            ombrel = scene["ombrel"][mode]["seconds"]
+            peer = fastest_peer(scene, mode)
+            target = "%s at least %dx faster than the fastest peer" % (EXPORT_NAMES[mode], peer_factor)
+            if peer:
+                speedup = peer[1] / ombrel
+                add(target, label, "%.1fx faster than %s" % (speedup, peer[0]), speedup >= peer_factor)
+            else:
+                add(target, label, "no peer measured", None)
+            baseline = _printf(scene, mode)
+            target = "%s at least %dx faster than the printf baseline" % (EXPORT_NAMES[mode], printf_factor)
+            if baseline:
+                speedup = baseline["seconds"] / ombrel
+                add(target, label, "%.1fx faster" % speedup, speedup >= printf_factor)
+            else:
+                add(target, label, "printf baseline not measured", None)
+        worst = max(scene["ombrel"].items(), key=lambda item: item[1]["max_rss_kib"])
+        rss = worst[1]["max_rss_kib"] * 1024
+        add("peak RSS at most the largest file's arrays + 64 MiB", label,
+            "largest %.1f MiB (%s) of %.1f MiB allowed" % (rss / MIB, EXPORT_NAMES[worst[0]],
+                                                           memory_limit(scene) / MIB), rss <= memory_limit(scene))
+    rows = growth(scenes)
+    if not rows:
+        add("10M time per face at most 1.2x the 1M time per face", "10M vs 1M",
+            "not measured (quick mode)" if quick else "not measured", None)
+    for mode, (_, _, ratio) in rows.items():
+        if mode != "bounds":
+            add("%s: 10M time per face at most %.1fx the 1M time per face" % (EXPORT_NAMES[mode], GROWTH_LIMIT),
+                "10M vs 1M", "%.2fx" % ratio, ratio <= GROWTH_LIMIT)
+    return out
+
+
+def _mb(n):
+    return "%.1f" % (n / 1e6)
+
+
+def _rate(entry):
+    return "%.0f" % (entry["output_bytes"] / 1e6 / entry["seconds"]) if entry["seconds"] > 0 else "-"
+
+
+def _table(header, rows):
+    lines = ["| " + " | ".join(header) + " |", "|" + "|".join("---" for _ in header) + "|"]
+    lines += ["| " + " | ".join(str(c) for c in row) + " |" for row in rows]
+    return "\n".join(lines) + "\n"
+
+
+def _scene_section(scene):
+    label = scene["label"]
+    text = ["## Scene %s: %s faces in %d Vek files\n" % (label, format(scene["faces"], ","), scene["files"]),
+            "Arrays of the largest file (points x 12 + faces x 16 + UV4 + MRGB bytes): %.1f MiB; "
+            "peak memory allowed: %.1f MiB.\n" % (scene["largest_arrays"] / MIB, memory_limit(scene) / MIB)]
+    rows = []
+    for mode, entry in scene["ombrel"].items():
+        floor = scene["floor"][mode]
+        peer = fastest_peer(scene, mode)
+        baseline = _printf(scene, mode)
+        rows.append([EXPORT_NAMES[mode], entry["runs"], "%.4f" % entry["seconds"], _mb(entry["output_bytes"]),
+                     _rate(entry) if mode != "bounds" else "-", "%.2f" % (entry["seconds"] / floor["seconds"]),
+                     "%.1f (%s)" % (peer[1] / entry["seconds"], peer[0]) if peer else "-",
+                     "%.1f" % (baseline["seconds"] / entry["seconds"]) if baseline else "-",
+                     "%.1f" % (entry["max_rss_kib"] / 1024),
+                     "pass" if entry["max_rss_kib"] * 1024 <= memory_limit(scene) else "FAIL"])
+    text.append("### Ombrel\n")
+    text.append(_table(["export", "runs", "median s", "output MB", "MB/s", "time / I/O floor",
+                        "x faster than fastest peer", "x faster than printf", "peak RSS MiB", "memory target"],
+                       rows))
+    rows = []
+    for mode, entry in scene["floor"].items():
+        rows.append(["I/O floor", EXPORT_NAMES[mode], entry["runs"], "%.4f" % entry["seconds"],
+                     _mb(entry["output_bytes"]), _rate(entry), "%.1f" % (entry["max_rss_kib"] / 1024), entry["note"]])
+    for mode, entries in list(scene["printf"].items()) + list(scene["peers"].items()):
+        for name, entry in entries.items():
+            program = "printf baseline" if name == "printf" else name
+            if _measured(entry):
+                rows.append([program, EXPORT_NAMES[mode], entry["runs"], "%.4f" % entry["seconds"],
+                             _mb(entry["output_bytes"]), _rate(entry), "%.1f" % (entry["max_rss_kib"] / 1024),
+                             entry["note"]])
+            else:
+                rows.append([program, EXPORT_NAMES[mode], "-", "-", "-", "-", "-", entry["skipped"]])
+    text.append("### I/O floor, printf baseline and peers\n")
+    text.append(_table(["program", "export", "runs", "median s", "output MB", "MB/s", "peak RSS MiB", "note"], rows))
+    return "\n".join(text)
+
+
+METHOD = """## How it is measured
+
+- Every measurement is a separate process, started after the previous one has
+  ended: one warm-up run, then the median of the timed runs (5 at 100k and 1M,
+  3 at 10M, 3 in quick mode; at most 3 when the warm-up took over 5 s, and the
+  warm-up alone when it took over 20 s, or 5 s in quick mode). Peak RSS is the
+  largest `ru_maxrss` of the timed runs, taken with `wait4` by `bench_rusage`, a
+  small launcher that starts every command (Linux carries the peak RSS over
+  fork and exec, so a command started from the Python driver would report at
+  least the driver's size; through the launcher an empty command reports the
+  figure in the table above). Before each run, outside the measurement, its
+  output file is removed and the file systems are synced, so that no run
+  pays for the writeback of another. Outputs larger than the kernel's dirty
+  background threshold (see the table above) are partly written back while
+  the export runs; a scratch directory on tmpfs (`OMBREL_BENCH_DIR=/dev/shm/...`)
+  takes the disk out of the figures.
+- Ombrel (`bench_export`): `build/native/libombrel.so` loaded with `dlopen`;
+  the script calls made as the host makes them (InitExporter,
+  StartDeclareVekFiles, AddOneVekFile per file, EndDeclareVekFiles,
+  DeclareBinaryOrASCII, DeclareHeight 100, DeclareExportVertexColors, then
+  ExportSTLAllDeclaredVek or ExportVRMLAllDeclaredVek), timed from
+  InitExporter to the return of the export. The scene-bounds pass is
+  InitBBox3D, then GetBBoxFromVekFile and AddBBox3D per file.
+- I/O floor (`bench_io_floor`): reads the blocks the export reads (Points of
+  every file for the bounds, then Points and Face4, plus UV4 and MRGB for
+  VRML) with 8 MiB `pread` calls, and writes as many bytes as the export
+  wrote with 8 MiB `write` calls into the same directory. "time / I/O floor"
+  is the export's median over the floor's.
+- printf baseline (`bench_printf`): the same meshes, loaded before the clock
+  starts, written as ASCII STL or VRML text with one `fprintf` per number.
+- Peers, on the same triangles (STL) or faces (VRML) converted to binary PLY
+  by `vekgen ply --height 100` (placed like the export): `assimp export`
+  (command line; its wall time includes process start and the PLY import, so
+  its own export-step timer, CPU time, is listed as well); numpy-stl and
+  meshio timed in Python from arrays already loaded with numpy (the clock
+  covers building their mesh object and writing); VTK's vtkVRMLExporter
+  timed around `Write()` on the PLY read beforehand (with per-vertex UVs and,
+  for the colour variant, per-vertex colours). At 10M a peer or the printf
+  baseline runs only when ten times its 1M median is at most 20 s.
+  "x faster than ..." is the other program's median over Ombrel's.
+- Byte-exact check: the same exports run through `build/bench-reference`
+  (configured with `-DOMBREL_PLAIN_FORMATTING=ON`: stdio formatting, no
+  caching, one thread), one run each, and compared with `cmp` against the
+  outputs of the last timed run.
+"""
+
+
+def markdown(env, scenes, checks, targets_found, failed):
+    text = ["# Ombrel benchmark results\n",
+            _table(["", ""], [["date", env["date"]], ["command", "`%s`" % env["command"]],
+                              ["git revision", env["revision"]], ["CPU", env["cpu"]],
+                              ["processors (nproc)", env["nproc"]], ["memory (MemTotal)", env["memory"]],
+                              ["kernel", env["kernel"]], ["compiler", env["compiler"]],
+                              ["scratch directory (file system)", env["scratch"]],
+                              ["page-cache writeback", env["dirty"]],
+                              ["peak RSS of an empty command", "%.1f MiB" % (env["launcher_rss_kib"] / 1024)],
+                              ["load average before / after", "%s / %s" % (env["load_before"], env["load_after"])],
+                              ["total time", "%.1f min" % (env["total_seconds"] / 60)]])]
+    if failed:
+        text.append("**The run stopped: %s**\n" % failed)
+    text.append("## Targets\n")
+    counts = {r: sum(t["result"] == r for t in targets_found) for r in ("PASS", "FAIL", "n/a")}
+    text.append("%(PASS)d passed, %(FAIL)d failed, %(n/a)d not measured.\n" % counts)
+    text.append(_table(["target", "scene", "measured", "result"],
+                       [[t["target"], t["scene"], t["measured"], t["result"]] for t in targets_found]))
+    text += [_scene_section(scene) for scene in scenes]
+    rows = growth(scenes)
+    if rows:
+        text.append("## Linear growth: time per face, 10M against 1M\n")
+        text.append(_table(["export", "1M us/face", "10M us/face", "ratio", "target"],
+                           [[EXPORT_NAMES[m], "%.4f" % (a * 1e6), "%.4f" % (b * 1e6), "%.2f" % r,
+                             "info" if m == "bounds" else "pass" if r <= GROWTH_LIMIT else "FAIL"]
+                            for m, (a, b, r) in rows.items()]))
+    text.append("## Byte-exact check against the reference build\n")
+    by = {s["label"]: s for s in scenes}
+    text.append(_table(["scene", "export", "bytes", "identical", "reference build s", "x faster than reference"],
+                       [[c["scene"], EXPORT_NAMES[c["mode"]], c["bytes"], "yes" if c["identical"] else "**NO**",
+                         "%.3f" % c["reference_seconds"],
+                         "%.1f" % (c["reference_seconds"] / by[c["scene"]]["ombrel"][c["mode"]]["seconds"])]
+                        for c in checks]))
+    text.append(METHOD)
+    return "\n".join(text)
