@@ -284,9 +284,53 @@ void QMVRMLExport::writeColourLine(bool last, double red, double green, double b
     m_out.commit(formatColourLine(m_out.reserve(kMaxLineLength), last, red, green, blue));
 }
 
+// The "%f" texts of the 256 intensities a colour byte can give, taken from
+// the converter itself, so a colour line is three copies instead of three
+// conversions. (The straightforward reference build formats every number.)
+class ColourByteTexts {
+public:
+    ColourByteTexts() {
+        QMVekIO converter;
+        for (std::uint32_t byte = 0; byte < 256; ++byte) {
+            const QMArray<std::uint32_t> word = {byte * 0x010101u};
+            QMVector3f colour;
+            converter.convertOneMRGBToColor3f(colour, word, 0);
+            m_red[byte] = text(colour.x);
+            m_green[byte] = text(colour.y);
+            m_blue[byte] = text(colour.z);
+        }
+    }
+
+    // "        R G B" of one colour word, then the line's end.
+    char* appendLine(char* out, std::uint32_t word, bool last) const {
+        out = appendLiteral(out, "        ");
+        out = append(out, m_red[(word >> 16) & 0xFFu]);
+        *out++ = ' ';
+        out = append(out, m_green[(word >> 8) & 0xFFu]);
+        *out++ = ' ';
+        out = append(out, m_blue[word & 0xFFu]);
+        return last ? appendLiteral(out, "] \n") : appendLiteral(out, ", \n");
+    }
+
+private:
+    struct Text {
+        char bytes[16];
+        std::uint8_t length;
+    };
+    static Text text(float value) {
+        Text t{};
+        t.length = static_cast<std::uint8_t>(appendFixed6(t.bytes, static_cast<double>(value)) - t.bytes);
+        return t;
+    }
+    static char* append(char* out, const Text& t) { return appendText(out, t.bytes, t.length); }
+
+    Text m_red[256], m_green[256], m_blue[256];
+};
+
 void QMVRMLExport::writeColours(const QMArray<std::uint32_t>& mrgb) {
     beginColours();
     const std::size_t m = mrgb.size();
+#if OMBREL_PLAIN_FORMATTING
     writeLineRanges(m, kMaxFloatLine, [&](std::size_t first, std::size_t end, char* out) {
         QMVekIO converter;
         for (std::size_t i = first; i < end; ++i) {
@@ -297,5 +341,12 @@ void QMVRMLExport::writeColours(const QMArray<std::uint32_t>& mrgb) {
         }
         return out;
     });
+#else
+    const ColourByteTexts texts;
+    writeLineRanges(m, kMaxFloatLine, [&](std::size_t first, std::size_t end, char* out) {
+        for (std::size_t i = first; i < end; ++i) out = texts.appendLine(out, mrgb[i], i + 1 == m);
+        return out;
+    });
+#endif
     endColours();
 }
