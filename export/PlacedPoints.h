@@ -30,6 +30,6 @@ public:
 
 private:
     const QMArray<QMVector3f>& m_points;
-    const QMMatrix4f* m_matrix;
+    [[maybe_unused]] const QMMatrix4f* m_matrix;  // read at every corner only in the reference build
     std::vector<QMVector3f> m_placed;
 };
