@@ -24,3 +24,5 @@ std::string readFileText(const std::string& path);
 void writeFileBytes(const std::string& path, const std::vector<unsigned char>& bytes);
 void writeFileText(const std::string& path, const std::string& text);
 bool pathExists(const std::string& path);
+// The names in a directory, sorted.
+std::vector<std::string> directoryEntries(const std::string& directory);

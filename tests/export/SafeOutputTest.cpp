@@ -82,13 +82,7 @@ protected:
         }
     }
 
-    Names entries(const std::string& directory) const {
-        Names names;
-        for (const auto& entry : std::filesystem::directory_iterator(directory))
-            names.push_back(entry.path().filename().string());
-        std::sort(names.begin(), names.end());
-        return names;
-    }
+    Names entries(const std::string& directory) const { return directoryEntries(directory); }
 
     TempDir dir;
 };

@@ -29,13 +29,7 @@ protected:
         return result == 0 ? 0.0 : 1.0;
     }
 
-    std::vector<std::string> entries() const {
-        std::vector<std::string> names;
-        for (const auto& entry : std::filesystem::directory_iterator(dir.path()))
-            names.push_back(entry.path().filename().string());
-        std::sort(names.begin(), names.end());
-        return names;
-    }
+    std::vector<std::string> entries() const { return directoryEntries(dir.path()); }
 };
 
 }  // namespace

@@ -23,13 +23,7 @@ protected:
     void TearDown() override { AtomicOutputFile::s_useNamelessFiles = true; }
 
     // Every name in the directory, sorted.
-    std::vector<std::string> entries(const std::string& directory) const {
-        std::vector<std::string> names;
-        for (const auto& entry : std::filesystem::directory_iterator(directory))
-            names.push_back(entry.path().filename().string());
-        std::sort(names.begin(), names.end());
-        return names;
-    }
+    std::vector<std::string> entries(const std::string& directory) const { return directoryEntries(directory); }
     std::vector<std::string> entries() const { return entries(dir.path()); }
 
     static void write(std::FILE* stream, const std::string& text) {
