@@ -20,6 +20,7 @@ void runOnCallingThread(std::size_t numChunks, std::size_t chunkCapacity,
     for (std::size_t chunk = 0; chunk < numChunks; ++chunk) {
         bytes.size = 0;
         bytes.count = 0;
+        bytes.skipped = 0;
         format(0, chunk, bytes);
         deliver(bytes);
     }
@@ -79,6 +80,7 @@ private:
                 }
                 slot.bytes.size = 0;
                 slot.bytes.count = 0;
+                slot.bytes.skipped = 0;
                 format(worker, chunk, slot.bytes);
                 {
                     std::lock_guard<std::mutex> lock(m_mutex);
@@ -137,9 +139,6 @@ private:
 void runOrderedChunks(std::size_t numChunks, std::size_t chunkCapacity, unsigned workers,
                       const std::function<void(unsigned, std::size_t, ChunkBytes&)>& format,
                       const std::function<void(const ChunkBytes&)>& deliver) {
-#if OMBREL_PLAIN_FORMATTING
-    workers = 1;
-#endif
     if (workers <= 1 || numChunks <= 1) return runOnCallingThread(numChunks, chunkCapacity, format, deliver);
     ChunkPipeline pipeline(numChunks, chunkCapacity, workers);
     if (!pipeline.run(format, deliver)) runOnCallingThread(numChunks, chunkCapacity, format, deliver);

@@ -1,14 +1,18 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <memory>
+#include <vector>
 
 // The bytes of one chunk of an export, formatted apart from the others.
 struct ChunkBytes {
     std::unique_ptr<char[]> data;
     std::size_t size = 0;
-    std::size_t count = 0;  // what the chunk holds, for the caller (triangles, ...)
+    std::size_t count = 0;    // what the chunk holds, for the caller (triangles, ...)
+    std::size_t skipped = 0;  // what its formatter left out, for the caller
 };
 
 // Formats chunks 0 .. numChunks-1 of an export on worker threads and hands
@@ -24,7 +28,7 @@ struct ChunkBytes {
 // Every thread has ended when runOrderedChunks returns, also when `format`
 // or `deliver` throws: the first exception is passed on to the caller. With
 // one worker, one chunk, or when no thread can be started, everything runs on
-// the calling thread. (The straightforward reference build always does so.)
+// the calling thread.
 void runOrderedChunks(std::size_t numChunks, std::size_t chunkCapacity, unsigned workers,
                       const std::function<void(unsigned worker, std::size_t chunk, ChunkBytes& bytes)>& format,
                       const std::function<void(const ChunkBytes& bytes)>& deliver);
@@ -32,3 +36,53 @@ void runOrderedChunks(std::size_t numChunks, std::size_t chunkCapacity, unsigned
 // The number of formatting threads exports use: the processors available,
 // at most four.
 unsigned exportWorkerCount();
+
+// What a range's formatter counts: what it wrote (triangles, ...) and the
+// items it left out.
+struct RangeCounts {
+    std::uint64_t written = 0;
+    std::uint64_t skipped = 0;
+};
+
+// One range of items, formatted, as formatRangesInOrder delivers it.
+struct FormattedRange {
+    const char* bytes;
+    std::size_t size;
+    std::size_t first, end;  // the items it holds
+    RangeCounts counts;
+};
+
+// Items 0 .. numItems-1 formatted in ranges of `itemsPerRange` on the export
+// workers and delivered in order on the calling thread.
+//
+// `format(scratch, first, end, out, counts)` writes items first to end-1 at
+// `out` (room for (end - first) x maxItemBytes), may add to `counts`, and
+// returns the end of its text; `scratch` is that worker's own Scratch, made
+// once per worker and kept across its ranges. `deliver(const FormattedRange&)`
+// takes each range's bytes. Exceptions as for runOrderedChunks.
+template <class Scratch, class Format, class Deliver>
+void formatRangesInOrder(std::size_t numItems, std::size_t itemsPerRange, std::size_t maxItemBytes,
+                         const Format& format, const Deliver& deliver) {
+    if (numItems == 0) return;
+    const unsigned workers = exportWorkerCount();
+    std::vector<Scratch> scratch(workers);
+    const auto rangeFirst = [itemsPerRange](std::size_t chunk) { return chunk * itemsPerRange; };
+    const auto rangeEnd = [numItems, itemsPerRange](std::size_t chunk) {
+        return std::min(numItems, (chunk + 1) * itemsPerRange);
+    };
+    std::size_t nextChunk = 0;
+    runOrderedChunks(
+        (numItems + itemsPerRange - 1) / itemsPerRange, itemsPerRange * maxItemBytes, workers,
+        [&](unsigned worker, std::size_t chunk, ChunkBytes& bytes) {
+            RangeCounts counts;
+            char* end = format(scratch[worker], rangeFirst(chunk), rangeEnd(chunk), bytes.data.get(), counts);
+            bytes.size = static_cast<std::size_t>(end - bytes.data.get());
+            bytes.count = static_cast<std::size_t>(counts.written);
+            bytes.skipped = static_cast<std::size_t>(counts.skipped);
+        },
+        [&](const ChunkBytes& bytes) {
+            const std::size_t chunk = nextChunk++;
+            deliver(FormattedRange{bytes.data.get(), bytes.size, rangeFirst(chunk), rangeEnd(chunk),
+                                   RangeCounts{bytes.count, bytes.skipped}});
+        });
+}

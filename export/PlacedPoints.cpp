@@ -1,10 +1,13 @@
 #include "export/PlacedPoints.h"
 
-PlacedPoints::PlacedPoints(const QMArray<QMVector3f>& points, const QMMatrix4f* matrix)
-    : m_points(points), m_matrix(matrix) {
-#if !OMBREL_PLAIN_FORMATTING
-    if (!matrix) return;
-    m_placed.resize(points.size());
-    for (std::size_t i = 0; i < points.size(); ++i) m_placed[i] = matrix->multVec3f(points[i]);
-#endif
+PlacedPoints::PlacedPoints(const MeshSource& mesh, const QMMatrix4f* matrix) : m_size(mesh.numPoints()) {
+    if (!matrix && mesh.pointArray()) {
+        m_points = mesh.pointArray();
+        return;
+    }
+    m_placed.resize(m_size);
+    mesh.readPoints(0, m_size, m_placed.data());
+    if (matrix)
+        for (QMVector3f& point : m_placed) point = matrix->multVec3f(point);
+    m_points = m_placed.data();
 }

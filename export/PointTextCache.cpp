@@ -19,10 +19,6 @@ char* PointTextCache::format(char* out, const QMVector3f& point) {
 }
 
 char* PointTextCache::append(char* out, int index, const QMVector3f& point) {
-#if OMBREL_PLAIN_FORMATTING
-    (void)index;
-    return format(out, point);
-#else
     Slot& slot = m_slots[static_cast<std::size_t>(index) % kSlots];
     if (slot.index != index) {
         slot.length = static_cast<std::uint8_t>(format(slot.text, point) - slot.text);
@@ -32,5 +28,4 @@ char* PointTextCache::append(char* out, int index, const QMVector3f& point) {
     // bytes count, the caller has room for all of them.
     std::memcpy(out, slot.text, kMaxPointText);
     return out + slot.length;
-#endif
 }

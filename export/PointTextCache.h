@@ -13,8 +13,7 @@
 // direct-mapped table (the slot is the point's index modulo the table size)
 // holds nearly all repeats in a few hundred kilobytes, whatever the mesh's
 // size. The text depends only on the point, so the bytes are those of
-// formatting every corner. (The straightforward reference build formats
-// every corner.)
+// formatting every corner.
 class PointTextCache {
 public:
     // The longest text of one point: three numbers, each followed by a space.

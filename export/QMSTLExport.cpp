@@ -1,16 +1,17 @@
 #include "export/QMSTLExport.h"
 
 #include "export/AppendText.h"
+#include "export/ArrayMeshSource.h"
+#include "export/CurrentHostMesh.h"
 #include "export/OrderedChunks.h"
 #include "export/PlacedPoints.h"
 #include "export/PointTextCache.h"
 #include "export/STLFacetNormal.h"
-#include "support/NumberText.h"
 #include "support/QMDiskServer.h"
 
-#include <algorithm>
+#include <cerrno>
 #include <cstring>
-#include <vector>
+#include <memory>
 #include <sys/types.h>
 
 namespace {
@@ -23,16 +24,16 @@ constexpr std::size_t kMaxFacetText = 4 * PointTextCache::kMaxPointText + 64;
 const char kSolidStart[] = "solid object0 \n";
 const char kSolidEnd[] = "endsolid object0 \n";
 
+// Faces per range formatted apart: about a megabyte or two of output.
+constexpr std::size_t kFacesPerBinaryRange = 16384;
+constexpr std::size_t kFacesPerTextRange = 4096;
+
 char* appendFloats(char* out, const QMVector3f& v) {
     std::memcpy(out, &v.x, 4);
     std::memcpy(out + 4, &v.y, 4);
     std::memcpy(out + 8, &v.z, 4);
     return out + 12;
 }
-
-// Faces per chunk formatted apart: about a megabyte or two of output.
-constexpr std::size_t kFacesPerBinaryChunk = 16384;
-constexpr std::size_t kFacesPerTextChunk = 4096;
 
 // One 50-byte record: normal, three corners, the attribute word.
 char* formatTriangleBIN(char* out, const QMVector3f& p0, const QMVector3f& p1, const QMVector3f& p2) {
@@ -45,16 +46,15 @@ char* formatTriangleBIN(char* out, const QMVector3f& p0, const QMVector3f& p1, c
     return out;
 }
 
-// A corner of an ASCII facet: the placed point and its index (the key of
-// its cached text).
-struct TextCorner {
-    QMVector3f point;
+// A triangle corner: its placed point, and the point's index (the key of its
+// cached text).
+struct Corner {
+    const QMVector3f& point;
     int index;
 };
 
 // One facet, at most kMaxFacetText bytes.
-char* formatTriangleASCII(char* out, PointTextCache& texts, const TextCorner& c0, const TextCorner& c1,
-                          const TextCorner& c2) {
+char* formatTriangleASCII(char* out, PointTextCache& texts, const Corner& c0, const Corner& c1, const Corner& c2) {
     out = appendLiteral(out, "facet normal ");
     out = PointTextCache::format(out, stlFacetNormal(c0.point, c1.point, c2.point));
     out = appendLiteral(out, "\nouter loop\nvertex ");
@@ -64,6 +64,22 @@ char* formatTriangleASCII(char* out, PointTextCache& texts, const TextCorner& c0
     out = appendLiteral(out, "\nvertex ");
     out = texts.append(out, c2.index, c2.point);
     return appendLiteral(out, "\nendloop\nendfacet\n");
+}
+
+// What one formatting worker keeps across its ranges: the texts of recent
+// points (ASCII) and room for faces the mesh does not hold as an array.
+struct FacetScratch {
+    std::unique_ptr<PointTextCache> pointTexts;
+    std::unique_ptr<std::int32_t[]> faces;
+};
+
+// The faces [first, end) of `mesh`, from its array or copied into `scratch`.
+const std::int32_t* faceRange(const MeshSource& mesh, std::size_t first, std::size_t end, FacetScratch& scratch,
+                              std::size_t facesPerRange) {
+    if (const std::int32_t* all = mesh.faceArray()) return all + 4 * first;
+    if (!scratch.faces) scratch.faces.reset(new std::int32_t[4 * facesPerRange]);
+    mesh.readFaces(first, end - first, scratch.faces.get());
+    return scratch.faces.get();
 }
 
 }  // namespace
@@ -77,10 +93,17 @@ QMSTLExport::~QMSTLExport() = default;
 
 bool QMSTLExport::startExportKMeshes(const QMString& path, bool binary) {
     m_binary = binary;
-    // An unfinished earlier file is dropped (its pending bytes go to it first).
-    m_out.attach(nullptr);
+    abandon();  // an unfinished earlier file is dropped
+    m_outputError = 0;
+    m_bytesWritten = 0;
+    m_trianglesWritten = 0;
+    m_facesSkipped = 0;
     m_file = m_output.open(path, binary ? "wb" : "w");
-    if (m_file == QMDiskServer::s_invalidFile) return false;
+    if (m_file == QMDiskServer::s_invalidFile) {
+        m_outputError = m_output.error();
+        return false;
+    }
+    m_outputInPlace = m_output.inPlace();
     m_out.attach(m_file);
     if (m_binary) {
         char header[kHeaderBytes + 4];
@@ -99,116 +122,124 @@ bool QMSTLExport::writeKMesh(QMArray<QMVector3f>& points, QMArray<int>& faces) {
     return m_binary ? writeKMesh_BIN(points, faces) : writeKMesh_ASCII(points, faces);
 }
 
+bool QMSTLExport::writeKMesh_BIN(QMArray<QMVector3f>& points, QMArray<int>& faces) {
+    writeMesh(ArrayMeshSource(points, faces));
+    return true;
+}
+
+bool QMSTLExport::writeKMesh_ASCII(QMArray<QMVector3f>& points, QMArray<int>& faces) {
+    writeMesh(ArrayMeshSource(points, faces));
+    return true;
+}
+
+bool QMSTLExport::writeCurrentKMesh() {
+    if (m_file == QMDiskServer::s_invalidFile) return true;
+    return m_binary ? writeCurrentKMesh_BIN() : writeCurrentKMesh_ASCII();
+}
+
+bool QMSTLExport::writeCurrentKMesh_BIN() {
+    writeMesh(*makeCurrentHostMesh(HostPoints::kHostTransformed));
+    return true;
+}
+
+bool QMSTLExport::writeCurrentKMesh_ASCII() {
+    writeMesh(*makeCurrentHostMesh(HostPoints::kHostTransformed));
+    return true;
+}
+
+bool QMSTLExport::exportKMesh(const QMString& path, bool binary) {
+    if (!startExportKMeshes(path, binary)) return false;
+    writeCurrentKMesh();
+    return endExportKMeshes();
+}
+
+// Every point placed once, then the faces in ranges formatted on the export
+// workers and written in order. A face using a missing point is skipped.
+void QMSTLExport::writeMesh(const MeshSource& mesh) {
+    if (m_file == QMDiskServer::s_invalidFile) return;
+    const std::size_t numFaces = mesh.numFaces();
+    if (numFaces == 0) return;
+    const PlacedPoints points(mesh, m_useMatrix ? &m_matrix : nullptr);
+    const std::size_t numPoints = points.size();
+    const auto inRange = [numPoints](int index) { return index >= 0 && std::size_t(index) < numPoints; };
+    const bool binary = m_binary;
+    const std::size_t facesPerRange = binary ? kFacesPerBinaryRange : kFacesPerTextRange;
+    const std::size_t maxFaceBytes = 2 * (binary ? kRecordBytes : kMaxFacetText);
+
+    const auto formatFaces = [&](FacetScratch& scratch, std::size_t first, std::size_t end, char* out,
+                                 RangeCounts& counts) {
+        if (!binary && !scratch.pointTexts) scratch.pointTexts = std::make_unique<PointTextCache>();
+        const std::int32_t* faces = faceRange(mesh, first, end, scratch, facesPerRange);
+        for (std::size_t f = 0; f < end - first; ++f) {
+            const std::int32_t* face = faces + 4 * f;
+            const bool isQuad = face[3] != -1;
+            if (!inRange(face[0]) || !inRange(face[1]) || !inRange(face[2]) || (isQuad && !inRange(face[3]))) {
+                ++counts.skipped;
+                continue;
+            }
+            const Corner c0{points[std::size_t(face[0])], face[0]};
+            const Corner c1{points[std::size_t(face[1])], face[1]};
+            const Corner c2{points[std::size_t(face[2])], face[2]};
+            out = binary ? formatTriangleBIN(out, c0.point, c1.point, c2.point)
+                         : formatTriangleASCII(out, *scratch.pointTexts, c0, c1, c2);
+            ++counts.written;
+            if (!isQuad) continue;
+            const Corner c3{points[std::size_t(face[3])], face[3]};
+            out = binary ? formatTriangleBIN(out, c0.point, c2.point, c3.point)
+                         : formatTriangleASCII(out, *scratch.pointTexts, c0, c2, c3);
+            ++counts.written;
+        }
+        return out;
+    };
+    // The point texts are kept per worker for this mesh only: the next mesh's
+    // indices name other points.
+    const auto writeRange = [&](const FormattedRange& range) {
+        m_out.append(range.bytes, range.size);
+        m_trianglesWritten += range.counts.written;
+        m_facesSkipped += range.counts.skipped;
+        if (binary) m_numTriangles += static_cast<std::uint32_t>(range.counts.written);
+        if (m_progress) m_progress->facesWritten(range.end - range.first);
+    };
+    formatRangesInOrder<FacetScratch>(numFaces, facesPerRange, maxFaceBytes, formatFaces, writeRange);
+}
+
 bool QMSTLExport::endExportKMeshes() {
     if (m_file == QMDiskServer::s_invalidFile) return true;
+    bool complete = true;
     if (m_binary) {
         m_out.flush();
         // A failed seek must not let the count land at the end of the file.
-        if (fseeko(m_file, static_cast<off_t>(kHeaderBytes), SEEK_SET) != 0 ||
-            std::fwrite(&m_numTriangles, 1, 4, m_file) != 4) {
-            m_out.attach(nullptr);
-            m_output.discard();
-            m_file = QMDiskServer::s_invalidFile;
-            return true;
+        errno = 0;
+        if (m_out.error() == 0 && (fseeko(m_file, static_cast<off_t>(kHeaderBytes), SEEK_SET) != 0 ||
+                                   std::fwrite(&m_numTriangles, 1, 4, m_file) != 4)) {
+            m_outputError = errno != 0 ? errno : EIO;
+            complete = false;
         }
     } else {
         m_out.append(kSolidEnd);
         m_out.flush();
     }
-    m_out.attach(nullptr);
-    m_output.commit();
-    m_file = QMDiskServer::s_invalidFile;
+    finish(complete);
     return true;
 }
 
-QMVector3f QMSTLExport::placed(const QMVector3f& point) const {
-    return m_useMatrix ? m_matrix.multVec3f(point) : point;
-}
-
-void QMSTLExport::writeFaces(const FaceSource& source, WriteTriangle write) {
-    m_pointTexts.clear();
-    const std::size_t numFaces = source.numFaces();
-    for (std::size_t f = 0; f < numFaces; ++f) {
-        int face[4];
-        if (!source.face(f, face)) continue;
-        const Corner c0{placed(source.point(face[0])), face[0]};
-        const Corner c1{placed(source.point(face[1])), face[1]};
-        const Corner c2{placed(source.point(face[2])), face[2]};
-        (this->*write)(c0, c1, c2);
-        if (face[3] != -1) (this->*write)(c0, c2, Corner{placed(source.point(face[3])), face[3]});
+void QMSTLExport::finish(bool complete) {
+    if (m_out.error() != 0) {
+        if (m_outputError == 0) m_outputError = m_out.error();
+        complete = false;
     }
+    m_bytesWritten = m_out.bytesAppended();
+    m_out.release();
+    if (complete) {
+        if (!m_output.commit()) m_outputError = m_output.error();
+    } else {
+        m_output.discard();
+    }
+    m_file = QMDiskServer::s_invalidFile;
 }
 
-// The array form: every point placed once, then the faces in chunks, each
-// formatted on a worker thread and written in order. A face using a missing
-// point is skipped.
-void QMSTLExport::writeArrayFaces(const QMArray<QMVector3f>& points, const QMArray<int>& faces) {
-    const std::size_t numFaces = faces.size() / 4;
-    if (numFaces == 0) return;
-    const PlacedPoints placedPoints(points, m_useMatrix ? &m_matrix : nullptr);
-    const std::size_t numPoints = points.size();
-    const auto inRange = [numPoints](int index) { return index >= 0 && std::size_t(index) < numPoints; };
-    const int* allFaces = &faces[0];
-    const bool binary = m_binary;
-    const unsigned workers = exportWorkerCount();
-    std::vector<PointTextCache> pointTexts(binary ? 0 : workers);  // one per worker
-    const std::size_t facesPerChunk = binary ? kFacesPerBinaryChunk : kFacesPerTextChunk;
-    const std::size_t chunkCapacity = 2 * facesPerChunk * (binary ? kRecordBytes : kMaxFacetText);
-
-    const auto formatChunk = [&](unsigned worker, std::size_t chunk, ChunkBytes& bytes) {
-        const std::size_t first = chunk * facesPerChunk;
-        const std::size_t end = std::min(numFaces, first + facesPerChunk);
-        char* out = bytes.data.get();
-        std::size_t triangles = 0;
-        for (std::size_t f = first; f < end; ++f) {
-            const int* face = allFaces + 4 * f;
-            const bool isQuad = face[3] != -1;
-            if (!inRange(face[0]) || !inRange(face[1]) || !inRange(face[2]) || (isQuad && !inRange(face[3]))) continue;
-            const QMVector3f p0 = placedPoints[std::size_t(face[0])];
-            const QMVector3f p1 = placedPoints[std::size_t(face[1])];
-            const QMVector3f p2 = placedPoints[std::size_t(face[2])];
-            if (binary) {
-                out = formatTriangleBIN(out, p0, p1, p2);
-            } else {
-                out = formatTriangleASCII(out, pointTexts[worker], {p0, face[0]}, {p1, face[1]}, {p2, face[2]});
-            }
-            ++triangles;
-            if (!isQuad) continue;
-            const QMVector3f p3 = placedPoints[std::size_t(face[3])];
-            if (binary) {
-                out = formatTriangleBIN(out, p0, p2, p3);
-            } else {
-                out = formatTriangleASCII(out, pointTexts[worker], {p0, face[0]}, {p2, face[2]}, {p3, face[3]});
-            }
-            ++triangles;
-        }
-        bytes.size = static_cast<std::size_t>(out - bytes.data.get());
-        bytes.count = triangles;
-    };
-    const auto writeChunk = [&](const ChunkBytes& bytes) {
-        m_out.append(bytes.data.get(), bytes.size);
-        if (binary) m_numTriangles += static_cast<std::uint32_t>(bytes.count);
-    };
-    const std::size_t numChunks = (numFaces + facesPerChunk - 1) / facesPerChunk;
-    runOrderedChunks(numChunks, chunkCapacity, workers, formatChunk, writeChunk);
-}
-
-bool QMSTLExport::writeKMesh_BIN(QMArray<QMVector3f>& points, QMArray<int>& faces) {
-    writeArrayFaces(points, faces);
-    return true;
-}
-
-bool QMSTLExport::writeKMesh_ASCII(QMArray<QMVector3f>& points, QMArray<int>& faces) {
-    writeArrayFaces(points, faces);
-    return true;
-}
-
-void QMSTLExport::writeTriangleBIN(const Corner& c0, const Corner& c1, const Corner& c2) {
-    m_out.commit(formatTriangleBIN(m_out.reserve(kRecordBytes), c0.point, c1.point, c2.point));
-    ++m_numTriangles;
-}
-
-void QMSTLExport::writeTriangleASCII(const Corner& c0, const Corner& c1, const Corner& c2) {
-    m_out.commit(formatTriangleASCII(m_out.reserve(kMaxFacetText), m_pointTexts, {c0.point, c0.index},
-                                     {c1.point, c1.index}, {c2.point, c2.index}));
+void QMSTLExport::abandon() {
+    m_out.release();
+    m_output.discard();
+    m_file = QMDiskServer::s_invalidFile;
 }

@@ -1,21 +1,19 @@
 #include "export/QMVRMLExport.h"
 
 #include "export/AppendText.h"
+#include "export/ArrayMeshSource.h"
+#include "export/CurrentHostMesh.h"
 #include "export/OrderedChunks.h"
 #include "support/NumberText.h"
 #include "support/QMDiskServer.h"
-#include "vekio/QMVekIO.h"
 
 #include <algorithm>
 #include <cstring>
+#include <memory>
 #include <vector>
 
 namespace {
 
-// Room for the longest line the writer formats: three "%f" numbers, or four
-// "%d" indices, and at most 40 bytes of fixed text around them.
-constexpr std::size_t kMaxLineLength = 3 * (kMaxFixed6Length + 1) + 64;
-static_assert(4 * (kMaxIntegerLength + 2) + 64 < kMaxLineLength);
 
 const char kFileStart[] =
     "#VRML V2.0 utf8\n"
@@ -46,7 +44,6 @@ constexpr std::size_t kMaxFloatFixed6Length = 48;
 // at most 64 bytes of fixed text around them.
 constexpr std::size_t kMaxFloatLine = 3 * (kMaxFloatFixed6Length + 1) + 64;
 constexpr std::size_t kMaxFaceLine = 4 * (kMaxIntegerLength + 2) + 64;
-static_assert(kMaxFloatLine <= kMaxLineLength && kMaxFaceLine <= kMaxLineLength);
 
 // Lines of a list formatted apart, on worker threads: about a megabyte.
 constexpr std::size_t kLinesPerChunk = 8192;
@@ -86,17 +83,94 @@ char* formatTexCoordLine(char* out, bool first, bool last, const QMVector2f& uv)
     return last ? appendLiteral(out, "]\n") : appendLiteral(out, ",\n");
 }
 
-char* formatColourLine(char* out, bool last, double red, double green, double blue) {
-    out = appendLiteral(out, "        ");
-    out = appendFixed6(out, red);
-    *out++ = ' ';
-    out = appendFixed6(out, green);
-    *out++ = ' ';
-    out = appendFixed6(out, blue);
-    return last ? appendLiteral(out, "] \n") : appendLiteral(out, ", \n");
+
+// The "%f" texts of the 256 intensities each colour byte can give, as the
+// mesh's source converts them, so a colour line is three copies instead of
+// three conversions.
+class ColourByteTexts {
+public:
+    explicit ColourByteTexts(const MeshSource& mesh) {
+        for (int channel = 0; channel < 3; ++channel)
+            for (unsigned byte = 0; byte < 256; ++byte) {
+                Text& t = m_texts[channel][byte];
+                // Intensities lie in 0..1; anything else (or NaN) would not fit.
+                double value = mesh.colourIntensity(channel, static_cast<std::uint8_t>(byte));
+                if (!(value >= 0.0 && value <= 1.0)) value = 0.0;
+                t.length = static_cast<std::uint8_t>(appendFixed6(t.bytes, value) - t.bytes);
+            }
+    }
+
+    // "        R G B" of one colour word, then the line's end.
+    char* appendLine(char* out, std::uint32_t word, bool last) const {
+        out = appendLiteral(out, "        ");
+        out = append(out, m_texts[0][(word >> 16) & 0xFFu]);
+        *out++ = ' ';
+        out = append(out, m_texts[1][(word >> 8) & 0xFFu]);
+        *out++ = ' ';
+        out = append(out, m_texts[2][word & 0xFFu]);
+        return last ? appendLiteral(out, "] \n") : appendLiteral(out, ", \n");
+    }
+
+private:
+    struct Text {
+        char bytes[16];  // "%f" of a value in 0..1: at most "1.000000"
+        std::uint8_t length;
+    };
+    static char* append(char* out, const Text& t) { return appendText(out, t.bytes, t.length); }
+
+    Text m_texts[3][256];
+};
+
+// Reads [first, end) of a mesh's items into a worker's buffer, made once at
+// the largest range's size, unless the mesh holds them as an array already.
+template <class T>
+T* scratchArray(std::unique_ptr<T[]>& buffer, std::size_t elements) {
+    if (!buffer) buffer.reset(new T[elements]);
+    return buffer.get();
+}
+
+// The first and the last texture-coordinate entry that is written; false when
+// none is.
+bool writtenEntryBounds(const MeshSource& mesh, std::size_t& first, std::size_t& last) {
+    const std::size_t n = mesh.numTexCoordEntries();
+    constexpr std::size_t kBlock = 4096;
+    std::vector<QMVector2f> uvs(std::min(n, kBlock));
+    std::unique_ptr<bool[]> written(new bool[std::min(n, kBlock)]);
+    bool found = false;
+    for (std::size_t start = 0; start < n && !found; start += kBlock) {
+        const std::size_t count = std::min(kBlock, n - start);
+        mesh.readTexCoords(start, count, uvs.data(), written.get());
+        for (std::size_t k = 0; k < count && !found; ++k)
+            if (written[k]) {
+                first = start + k;
+                found = true;
+            }
+    }
+    if (!found) return false;
+    for (std::size_t end = n; end > first; end -= std::min(kBlock, end - first)) {
+        const std::size_t count = std::min(kBlock, end - first);
+        mesh.readTexCoords(end - count, count, uvs.data(), written.get());
+        for (std::size_t k = count; k-- > 0;)
+            if (written[k]) {
+                last = end - count + k;
+                return true;
+            }
+    }
+    last = first;
+    return true;
 }
 
 }  // namespace
+
+// What one formatting worker keeps across its ranges: room for the items the
+// mesh does not hold as arrays.
+struct QMVRMLExport::LineScratch {
+    std::unique_ptr<QMVector3f[]> points;
+    std::unique_ptr<std::int32_t[]> faces;
+    std::unique_ptr<QMVector2f[]> uvs;
+    std::unique_ptr<bool[]> written;
+    std::unique_ptr<std::uint32_t[]> colours;
+};
 
 // A new exporter holds the identity matrix (type 0) and does not use it.
 QMVRMLExport::QMVRMLExport() : m_file(QMDiskServer::s_invalidFile) {}
@@ -108,39 +182,70 @@ QMVRMLExport::~QMVRMLExport() = default;
 bool QMVRMLExport::startExportKMeshes(const QMString& path) {
     // A stream still open from an unfinished export is finished first.
     if (m_file != QMDiskServer::s_invalidFile) endExportKMeshes();
+    m_outputError = 0;
+    m_bytesWritten = 0;
+    m_shapesWritten = 0;
     m_file = m_output.open(path, "w");
+    if (m_file == QMDiskServer::s_invalidFile) {
+        m_outputError = m_output.error();
+        return true;
+    }
+    m_outputInPlace = m_output.inPlace();
     m_out.attach(m_file);
-    if (m_file != QMDiskServer::s_invalidFile) m_out.append(kFileStart, sizeof kFileStart - 1);
+    m_out.append(kFileStart, sizeof kFileStart - 1);
     return true;
 }
 
 bool QMVRMLExport::endExportKMeshes() {
     if (m_file == QMDiskServer::s_invalidFile) return true;
-    m_out.attach(nullptr);
-    m_output.commit();
+    m_out.flush();
+    m_outputError = m_out.error();
+    m_bytesWritten = m_out.bytesAppended();
+    m_out.release();
+    if (m_outputError != 0) {
+        m_output.discard();
+    } else if (!m_output.commit()) {
+        m_outputError = m_output.error();
+    }
     m_file = QMDiskServer::s_invalidFile;
     return true;
+}
+
+void QMVRMLExport::abandon() {
+    m_out.release();
+    m_output.discard();
+    m_file = QMDiskServer::s_invalidFile;
 }
 
 void QMVRMLExport::writeKMesh(const QMArray<QMVector3f>& points, const QMArray<int>& faces,
                               const QMArray<QMVector2f>& uvs, const QMString& textureName,
                               const QMArray<std::uint32_t>* mrgb) {
-    if (m_file == QMDiskServer::s_invalidFile) return;
-    beginShape(textureName);
-    if (!points.empty()) writeCoordinates(points);
-    if (!faces.empty()) writeCoordIndices(faces);
-    if (!uvs.empty()) writeTextureCoordinates(faces, uvs);
-    if (mrgb && !mrgb->empty()) writeColours(*mrgb);
-    endShape();
+    writeMesh(ArrayMeshSource(points, faces, &uvs, mrgb), textureName, mrgb != nullptr);
 }
 
-void QMVRMLExport::beginShape(const QMString& textureName) {
+void QMVRMLExport::writeCurrentKMesh(const QMString& textureName, bool withColours) {
+    writeMesh(*makeCurrentHostMesh(HostPoints::kAsStored), textureName, withColours);
+}
+
+bool QMVRMLExport::exportKMesh(const QMString& path, const QMString& textureName, bool withColours) {
+    if (!startExportKMeshes(path)) return false;
+    writeCurrentKMesh(textureName, withColours);
+    endExportKMeshes();
+    return true;
+}
+
+void QMVRMLExport::writeMesh(const MeshSource& mesh, const QMString& textureName, bool withColours) {
+    if (m_file == QMDiskServer::s_invalidFile) return;
     m_out.append("\nShape { \n");
     if (!textureName.empty()) writeAppearance(textureName);
     m_out.append("\n  geometry IndexedFaceSet { \n");
+    if (mesh.numPoints() != 0) writeCoordinates(mesh);
+    if (mesh.numFaces() != 0) writeFaceLines(mesh, FaceValues::kPointIndices);
+    if (mesh.numTexCoordEntries() != 0) writeTextureCoordinates(mesh);
+    if (withColours && mesh.numColours() != 0) writeColours(mesh);
+    m_out.append("  } \n} \n");
+    ++m_shapesWritten;
 }
-
-void QMVRMLExport::endShape() { m_out.append("  } \n} \n"); }
 
 void QMVRMLExport::writeAppearance(const QMString& textureName) {
     m_out.append(
@@ -158,195 +263,123 @@ void QMVRMLExport::writeAppearance(const QMString& textureName) {
         "  } \n");
 }
 
-// Lines 0 to numLines-1 in chunks formatted on worker threads and written in
-// order; `formatRange(first, end, out)` writes lines first to end-1, each at
-// most maxLineBytes, and returns the end of its text.
 template <class FormatRange>
-void QMVRMLExport::writeLineRanges(std::size_t numLines, std::size_t maxLineBytes, const FormatRange& formatRange) {
-    const auto formatChunk = [&](unsigned, std::size_t chunk, ChunkBytes& bytes) {
-        const std::size_t first = chunk * kLinesPerChunk;
-        const std::size_t end = std::min(numLines, first + kLinesPerChunk);
-        bytes.size = static_cast<std::size_t>(formatRange(first, end, bytes.data.get()) - bytes.data.get());
+void QMVRMLExport::writeLines(std::size_t numLines, std::size_t maxLineBytes, bool linesAreFaces,
+                              const FormatRange& formatRange) {
+    const auto format = [&](LineScratch& scratch, std::size_t first, std::size_t end, char* out, RangeCounts&) {
+        return formatRange(scratch, first, end, out);
     };
-    const auto writeChunk = [&](const ChunkBytes& bytes) { m_out.append(bytes.data.get(), bytes.size); };
-    const std::size_t numChunks = (numLines + kLinesPerChunk - 1) / kLinesPerChunk;
-    runOrderedChunks(numChunks, kLinesPerChunk * maxLineBytes, exportWorkerCount(), formatChunk, writeChunk);
+    const auto deliver = [&](const FormattedRange& range) {
+        m_out.append(range.bytes, range.size);
+        if (m_progress) m_progress->facesWritten(linesAreFaces ? range.end - range.first : 0);
+    };
+    formatRangesInOrder<LineScratch>(numLines, kLinesPerChunk, maxLineBytes, format, deliver);
 }
 
-void QMVRMLExport::writeCoordinates(const QMArray<QMVector3f>& points) {
+void QMVRMLExport::writeCoordinates(const MeshSource& mesh) {
     m_out.append("    coord Coordinate { \n");
-    const std::size_t n = points.size();
-    writeLineRanges(n, kMaxFloatLine, [&](std::size_t first, std::size_t end, char* out) {
-        for (std::size_t i = first; i < end; ++i)
-            out = formatCoordinateLine(out, i, n, m_useMatrix ? m_matrix * points[i] : points[i]);
+    const std::size_t n = mesh.numPoints();
+    const QMVector3f* all = mesh.pointArray();
+    writeLines(n, kMaxFloatLine, false, [&](LineScratch& scratch, std::size_t first, std::size_t end, char* out) {
+        const QMVector3f* points = all ? all + first : scratchArray(scratch.points, kLinesPerChunk);
+        if (!all) mesh.readPoints(first, end - first, scratch.points.get());
+        for (std::size_t i = first; i < end; ++i) {
+            const QMVector3f& p = points[i - first];
+            out = formatCoordinateLine(out, i, n, m_useMatrix ? m_matrix * p : p);
+        }
         return out;
     });
     m_out.append("    }\n");
 }
 
-void QMVRMLExport::writeCoordinateLine(std::size_t i, std::size_t n, const QMVector3f& point) {
-    const QMVector3f p = m_useMatrix ? m_matrix * point : point;
-    m_out.commit(formatCoordinateLine(m_out.reserve(kMaxLineLength), i, n, p));
-}
+// One line per face: the first after its list's opening, the others after
+// the list's indent. A face is a triangle when its fourth index is -1. The
+// values are the face's point indices, or the numbers of its texture
+// coordinates: 4 x face + corner, or a counter of the entries written so far
+// (counted modulo 2^32, so it wraps like the printed int instead of
+// overflowing).
+void QMVRMLExport::writeFaceLines(const MeshSource& mesh, FaceValues values) {
+    const std::size_t numFaces = mesh.numFaces();
+    const bool texCoords = values == FaceValues::kTexCoordIndices;
+    const bool counted = texCoords && mesh.texCoordIndexing() == MeshSource::TexCoordIndexing::kWrittenEntriesInOrder;
+    const char* firstPrefix = texCoords ? "      texCoordIndex [ " : "    coordIndex [ ";
+    const char* restPrefix = texCoords ? "        " : "      ";
+    const std::int32_t* all = mesh.faceArray();
 
-void QMVRMLExport::writeFaceLine(std::size_t face, std::size_t numFaces, const char* firstPrefix,
-                                 const char* restPrefix, const int* values, int corners) {
-    m_out.commit(
-        formatFaceLine(m_out.reserve(kMaxLineLength), face, numFaces, firstPrefix, restPrefix, values, corners));
-}
-
-// One line per face: the first after `firstPrefix`, the others after
-// `restPrefix`. A face is a triangle when its fourth index is -1.
-// `value(face, corner, counter)` is the number printed for a corner, where
-// counter is the number of corners printed before the face (counted modulo
-// 2^32, so it wraps like the printed int instead of overflowing).
-template <class Value>
-void QMVRMLExport::writeFaceLines(const QMArray<int>& faces, const char* firstPrefix, const char* restPrefix,
-                                  Value value) {
-    const std::size_t numFaces = faces.size() / 4;
-    if (numFaces == 0) return;
-    const int* allFaces = &faces[0];
-    // The counter where each chunk starts, so that chunks can be formatted apart.
-    std::vector<std::uint32_t> chunkCounters((numFaces + kLinesPerChunk - 1) / kLinesPerChunk);
-    std::uint32_t counter = 0;
-    for (std::size_t i = 0; i < numFaces; ++i) {
-        if (i % kLinesPerChunk == 0) chunkCounters[i / kLinesPerChunk] = counter;
-        counter += allFaces[4 * i + 3] == -1 ? 3u : 4u;
+    // The counter where each range starts, so that ranges can be formatted apart.
+    std::vector<std::uint32_t> rangeCounters;
+    if (counted) {
+        rangeCounters.resize((numFaces + kLinesPerChunk - 1) / kLinesPerChunk);
+        std::vector<std::int32_t> block(all ? 0 : 4 * kLinesPerChunk);
+        std::uint32_t counter = 0;
+        for (std::size_t first = 0; first < numFaces; first += kLinesPerChunk) {
+            const std::size_t count = std::min(kLinesPerChunk, numFaces - first);
+            const std::int32_t* faces = all ? all + 4 * first : block.data();
+            if (!all) mesh.readFaces(first, count, block.data());
+            rangeCounters[first / kLinesPerChunk] = counter;
+            for (std::size_t f = 0; f < count; ++f) counter += faces[4 * f + 3] == -1 ? 3u : 4u;
+        }
     }
-    writeLineRanges(numFaces, kMaxFaceLine, [&](std::size_t first, std::size_t end, char* out) {
-        std::uint32_t faceCounter = chunkCounters[first / kLinesPerChunk];
-        for (std::size_t i = first; i < end; ++i) {
-            const int corners = allFaces[4 * i + 3] == -1 ? 3 : 4;
-            int values[4];
-            for (int j = 0; j < corners; ++j) values[j] = value(i, j, faceCounter);
-            out = formatFaceLine(out, i, numFaces, firstPrefix, restPrefix, values, corners);
-            faceCounter += static_cast<std::uint32_t>(corners);
-        }
-        return out;
-    });
+
+    writeLines(numFaces, kMaxFaceLine, !texCoords,
+               [&](LineScratch& scratch, std::size_t first, std::size_t end, char* out) {
+                   const std::int32_t* faces = all ? all + 4 * first : scratchArray(scratch.faces, 4 * kLinesPerChunk);
+                   if (!all) mesh.readFaces(first, end - first, scratch.faces.get());
+                   std::uint32_t counter = counted ? rangeCounters[first / kLinesPerChunk] : 0;
+                   for (std::size_t i = first; i < end; ++i) {
+                       const std::int32_t* face = faces + 4 * (i - first);
+                       const int corners = face[3] == -1 ? 3 : 4;
+                       int line[4];
+                       for (int j = 0; j < corners; ++j) {
+                           if (!texCoords) {
+                               line[j] = face[j];
+                           } else if (counted) {
+                               line[j] = static_cast<int>(counter + static_cast<std::uint32_t>(j));
+                           } else {
+                               line[j] = static_cast<int>(static_cast<std::uint32_t>(4 * i) + static_cast<std::uint32_t>(j));
+                           }
+                       }
+                       out = formatFaceLine(out, i, numFaces, firstPrefix, restPrefix, line, corners);
+                       counter += static_cast<std::uint32_t>(corners);
+                   }
+                   return out;
+               });
 }
 
-void QMVRMLExport::writeCoordIndices(const QMArray<int>& faces) {
-    const int* allFaces = &faces[0];
-    writeFaceLines(faces, kCoordIndexFirst, kCoordIndexRest, [allFaces](std::size_t face, int corner, std::uint32_t) {
-        return allFaces[4 * face + std::size_t(corner)];
-    });
+void QMVRMLExport::writeTextureCoordinates(const MeshSource& mesh) {
+    std::size_t first = 0, last = 0;
+    if (!writtenEntryBounds(mesh, first, last)) return;  // no entry is written: nothing at all
+    m_out.append("\n    texCoord TextureCoordinate { \n");
+    writeLines(last - first + 1, kMaxFloatLine, false,
+               [&](LineScratch& scratch, std::size_t rangeFirst, std::size_t rangeEnd, char* out) {
+                   const std::size_t count = rangeEnd - rangeFirst;
+                   QMVector2f* uvs = scratchArray(scratch.uvs, kLinesPerChunk);
+                   bool* written = scratchArray(scratch.written, kLinesPerChunk);
+                   mesh.readTexCoords(first + rangeFirst, count, uvs, written);
+                   for (std::size_t i = 0; i < count; ++i) {
+                       if (!written[i]) continue;
+                       const std::size_t k = first + rangeFirst + i;
+                       out = formatTexCoordLine(out, k == first, k == last, uvs[i]);
+                   }
+                   return out;
+               });
+    m_out.append("    } \n\n");
+    writeFaceLines(mesh, FaceValues::kTexCoordIndices);
 }
 
-void QMVRMLExport::beginTextureCoordinates() { m_out.append("\n    texCoord TextureCoordinate { \n"); }
-
-void QMVRMLExport::endTextureCoordinates() { m_out.append("    } \n\n"); }
-
-void QMVRMLExport::writeTexCoordLine(bool first, bool last, const QMVector2f& uv) {
-    m_out.commit(formatTexCoordLine(m_out.reserve(kMaxLineLength), first, last, uv));
-}
-
-void QMVRMLExport::writeTextureCoordinates(const QMArray<int>& faces, const QMArray<QMVector2f>& uvs) {
-    // Entry k belongs to face corner k; only corners that exist count, and the
-    // unused fourth corner of a triangle (-1) is dropped.
-    const std::size_t limit = std::min(uvs.size(), faces.size());
-    std::size_t first = 0;
-    while (first < limit && faces[first] == -1) ++first;
-    if (first == limit) return;  // no entry is kept: nothing to write
-    std::size_t last = limit - 1;
-    while (faces[last] == -1) --last;
-
-    beginTextureCoordinates();
-    const int* corners = &faces[0];
-    const QMVector2f* entries = &uvs[0];
-    writeLineRanges(last - first + 1, kMaxFloatLine, [&](std::size_t rangeFirst, std::size_t rangeEnd, char* out) {
-        for (std::size_t k = first + rangeFirst; k < first + rangeEnd; ++k) {
-            if (corners[k] == -1) continue;
-            out = formatTexCoordLine(out, k == first, k == last, entries[k]);
-        }
-        return out;
-    });
-    endTextureCoordinates();
-
-    // The kept entries are numbered face by face, three for a triangle and
-    // four for a quad, whatever the UV list holds.
-    writeFaceLines(faces, kTexCoordIndexFirst, kTexCoordIndexRest, [](std::size_t, int corner, std::uint32_t counter) {
-        return static_cast<int>(counter + static_cast<std::uint32_t>(corner));
-    });
-}
-
-void QMVRMLExport::beginColours() {
+void QMVRMLExport::writeColours(const MeshSource& mesh) {
     m_out.append(
         "\n"
         "    colorPerVertex TRUE \n"
         "    color Color {\n"
         "      color [\n");
-}
-
-void QMVRMLExport::endColours() { m_out.append("    }\n"); }
-
-void QMVRMLExport::writeColourLine(bool last, double red, double green, double blue) {
-    m_out.commit(formatColourLine(m_out.reserve(kMaxLineLength), last, red, green, blue));
-}
-
-// The "%f" texts of the 256 intensities a colour byte can give, taken from
-// the converter itself, so a colour line is three copies instead of three
-// conversions. (The straightforward reference build formats every number.)
-class ColourByteTexts {
-public:
-    ColourByteTexts() {
-        QMVekIO converter;
-        for (std::uint32_t byte = 0; byte < 256; ++byte) {
-            const QMArray<std::uint32_t> word = {byte * 0x010101u};
-            QMVector3f colour;
-            converter.convertOneMRGBToColor3f(colour, word, 0);
-            m_red[byte] = text(colour.x);
-            m_green[byte] = text(colour.y);
-            m_blue[byte] = text(colour.z);
-        }
-    }
-
-    // "        R G B" of one colour word, then the line's end.
-    char* appendLine(char* out, std::uint32_t word, bool last) const {
-        out = appendLiteral(out, "        ");
-        out = append(out, m_red[(word >> 16) & 0xFFu]);
-        *out++ = ' ';
-        out = append(out, m_green[(word >> 8) & 0xFFu]);
-        *out++ = ' ';
-        out = append(out, m_blue[word & 0xFFu]);
-        return last ? appendLiteral(out, "] \n") : appendLiteral(out, ", \n");
-    }
-
-private:
-    struct Text {
-        char bytes[16];
-        std::uint8_t length;
-    };
-    static Text text(float value) {
-        Text t{};
-        t.length = static_cast<std::uint8_t>(appendFixed6(t.bytes, static_cast<double>(value)) - t.bytes);
-        return t;
-    }
-    static char* append(char* out, const Text& t) { return appendText(out, t.bytes, t.length); }
-
-    Text m_red[256], m_green[256], m_blue[256];
-};
-
-void QMVRMLExport::writeColours(const QMArray<std::uint32_t>& mrgb) {
-    beginColours();
-    const std::size_t m = mrgb.size();
-#if OMBREL_PLAIN_FORMATTING
-    writeLineRanges(m, kMaxFloatLine, [&](std::size_t first, std::size_t end, char* out) {
-        QMVekIO converter;
-        for (std::size_t i = first; i < end; ++i) {
-            QMVector3f colour;
-            converter.convertOneMRGBToColor3f(colour, mrgb, static_cast<int>(i));
-            out = formatColourLine(out, i + 1 == m, static_cast<double>(colour.x), static_cast<double>(colour.y),
-                                   static_cast<double>(colour.z));
-        }
+    const std::size_t m = mesh.numColours();
+    const ColourByteTexts texts(mesh);
+    writeLines(m, kMaxFloatLine, false, [&](LineScratch& scratch, std::size_t first, std::size_t end, char* out) {
+        std::uint32_t* words = scratchArray(scratch.colours, kLinesPerChunk);
+        mesh.readColourWords(first, end - first, words);
+        for (std::size_t i = first; i < end; ++i) out = texts.appendLine(out, words[i - first], i + 1 == m);
         return out;
     });
-#else
-    const ColourByteTexts texts;
-    writeLineRanges(m, kMaxFloatLine, [&](std::size_t first, std::size_t end, char* out) {
-        for (std::size_t i = first; i < end; ++i) out = texts.appendLine(out, mrgb[i], i + 1 == m);
-        return out;
-    });
-#endif
-    endColours();
+    m_out.append("    }\n");
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "export/MeshSource.h"
+#include "export/WriteProgress.h"
 #include "geometry/QMMatrix4f.h"
 #include "geometry/QMVector.h"
 #include "support/AtomicOutputFile.h"
@@ -25,6 +27,8 @@
 // The file is written under a temporary name and takes its own name only when
 // endExportKMeshes has written all of it: an export that fails half way (a
 // full disk, an exception) leaves the previous file at the path untouched.
+// Whether it did is in outputError() after the end; abandon() ends an export
+// at once, for a caller that gives up on it.
 class QMVRMLExport {
 public:
     QMVRMLExport();
@@ -33,7 +37,8 @@ public:
     QMVRMLExport& operator=(const QMVRMLExport&) = delete;
 
     // Opens the file (unchecked: a file that cannot be opened leaves every
-    // later write a no-op) and writes the header. Always true.
+    // later write a no-op, and outputError() says why) and writes the header.
+    // Always true.
     bool startExportKMeshes(const QMString& path);
     // Appends one Shape. `mrgb` may be null; a null or empty colour list
     // writes no colours. Inputs beyond what the format describes:
@@ -50,57 +55,63 @@ public:
     // failed). Always true.
     bool endExportKMeshes();
 
-    // Appends the host's current mesh (host/KelvraHelper.h) as one Shape, with
-    // the texts of writeKMesh. Its texture coordinates keep all four corners
-    // of every face (face i uses entries 4i to 4i+3); its colours come from the
-    // host's vertex attributes, when `withColours`.
+    // Appends the host's current mesh (export/CurrentHostMesh.h) as one Shape,
+    // with the texts of writeKMesh. Its texture coordinates keep all four
+    // corners of every face (face i uses entries 4i to 4i+3); its colours come
+    // from the host's vertex attributes, when `withColours`.
     void writeCurrentKMesh(const QMString& textureName, bool withColours);
     // The one-call form: start, the current mesh, close. Always true.
     bool exportKMesh(const QMString& path, const QMString& textureName, bool withColours);
+
+    // Appends any mesh as one Shape; its colours only when `withColours`.
+    void writeMesh(const MeshSource& mesh, const QMString& textureName, bool withColours);
+
+    // Closes and removes the file of an export in progress and ends the
+    // writer's thread; the previous file at the path stays as it was.
+    void abandon();
+
+    // The errno of the failure of the last export (opening, a write, the
+    // close or putting the file in place), or 0.
+    int outputError() const { return m_outputError; }
+    // Whether the last export wrote straight to its destination (a device, a
+    // pipe, a file with several names) instead of replacing it whole.
+    bool outputInPlace() const { return m_outputInPlace; }
+    // Bytes of the file written by the last export.
+    std::uint64_t bytesWritten() const { return m_bytesWritten; }
+    // Shapes written since the start.
+    std::uint64_t shapesWritten() const { return m_shapesWritten; }
+
+    // Told after every range of lines written (null: nobody). Not owned.
+    void setProgress(WriteProgress* progress) { m_progress = progress; }
 
     bool m_useMatrix = false;
     QMMatrix4f m_matrix;
     std::FILE* m_file;
 
 private:
+    struct LineScratch;
+    enum class FaceValues { kPointIndices, kTexCoordIndices };
+
     void writeAppearance(const QMString& textureName);
-    void writeCoordinates(const QMArray<QMVector3f>& points);
-    void writeCoordIndices(const QMArray<int>& faces);
-    void writeTextureCoordinates(const QMArray<int>& faces, const QMArray<QMVector2f>& uvs);
-    void writeColours(const QMArray<std::uint32_t>& mrgb);
-    // The pieces of a Shape, shared by both mesh sources.
-    void beginShape(const QMString& textureName);
-    void endShape();
-    // Point `i` of `n` (after m_matrix when m_useMatrix).
-    void writeCoordinateLine(std::size_t i, std::size_t n, const QMVector3f& point);
-    // The line of face `face` of `numFaces`: `corners` values after the
-    // face's prefix, closed by -1 except on the last face.
-    void writeFaceLine(std::size_t face, std::size_t numFaces, const char* firstPrefix, const char* restPrefix,
-                       const int* values, int corners);
-    void beginTextureCoordinates();
-    void endTextureCoordinates();
-    // One texture-coordinate entry, flipped (1 - s, 1 - t).
-    void writeTexCoordLine(bool first, bool last, const QMVector2f& uv);
-    void beginColours();
-    void endColours();
-    void writeColourLine(bool last, double red, double green, double blue);
-    void writeCurrentCoordinates(std::size_t numVertices);
-    void writeCurrentFaceLines(std::size_t numFaces, bool textureIndices);
-    void writeCurrentTextureCoordinates(std::size_t numFaces);
-    void writeCurrentColours();
-
-    static constexpr char kCoordIndexFirst[] = "    coordIndex [ ";
-    static constexpr char kCoordIndexRest[] = "      ";
-    static constexpr char kTexCoordIndexFirst[] = "      texCoordIndex [ ";
-    static constexpr char kTexCoordIndexRest[] = "        ";
-
-    template <class Value>
-    void writeFaceLines(const QMArray<int>& faces, const char* firstPrefix, const char* restPrefix, Value value);
+    void writeCoordinates(const MeshSource& mesh);
+    void writeFaceLines(const MeshSource& mesh, FaceValues values);
+    void writeTextureCoordinates(const MeshSource& mesh);
+    void writeColours(const MeshSource& mesh);
+    // Lines 0 to numLines-1 in ranges formatted on the export workers and
+    // written in order; `formatRange(scratch, first, end, out)` returns the
+    // end of its text. `facesPerLine`: whether each line is a face, for the
+    // progress told.
     template <class FormatRange>
-    void writeLineRanges(std::size_t numLines, std::size_t maxLineBytes, const FormatRange& formatRange);
+    void writeLines(std::size_t numLines, std::size_t maxLineBytes, bool linesAreFaces,
+                    const FormatRange& formatRange);
 
     // Declared in this order so that m_out, destroyed first, has finished any
     // write in progress before m_output closes the stream.
     AtomicOutputFile m_output;  // owns m_file while it is open
     QMOutputBuffer m_out;
+    WriteProgress* m_progress = nullptr;
+    int m_outputError = 0;
+    bool m_outputInPlace = false;
+    std::uint64_t m_bytesWritten = 0;
+    std::uint64_t m_shapesWritten = 0;
 };

@@ -60,19 +60,31 @@ AtomicOutputFile::~AtomicOutputFile() { discard(); }
 
 std::FILE* AtomicOutputFile::open(const QMString& path, const char* mode) {
     discard();
+    m_error = 0;
     const char* validPath = path.getValidFilePath();
-    if (!validPath || !*validPath || !mode) return nullptr;
+    if (!validPath || !*validPath || !mode) {
+        m_error = ENOENT;
+        return nullptr;
+    }
     const std::string destination = resolvedDestination(validPath);
 
     // Refuse what fopen(path, "w") would refuse, before anything is written.
     struct stat existing;
     const bool exists = stat(destination.c_str(), &existing) == 0;
-    if (exists && (S_ISDIR(existing.st_mode) || access(destination.c_str(), W_OK) != 0)) return nullptr;
+    if (exists && S_ISDIR(existing.st_mode)) {
+        m_error = EISDIR;
+        return nullptr;
+    }
+    if (exists && access(destination.c_str(), W_OK) != 0) {
+        m_error = errno;
+        return nullptr;
+    }
 
     // A device, a pipe or a socket cannot be replaced by a file, and a file
     // with several names would lose the others: those are written in place.
     if (exists && (!S_ISREG(existing.st_mode) || existing.st_nlink > 1)) {
         m_stream = std::fopen(destination.c_str(), mode);
+        if (!m_stream) m_error = errno;
         m_inPlace = m_stream != nullptr;
         return m_stream;
     }
@@ -93,7 +105,10 @@ std::FILE* AtomicOutputFile::open(const QMString& path, const char* mode) {
             if (fd < 0 && errno != EEXIST) break;
         }
     }
-    if (fd < 0) return nullptr;
+    if (fd < 0) {
+        m_error = errno;
+        return nullptr;
+    }
     if (exists) {
         // The replacement keeps the file's owner (when allowed) and permissions.
         if (fchown(fd, existing.st_uid, existing.st_gid) != 0) {
@@ -104,6 +119,7 @@ std::FILE* AtomicOutputFile::open(const QMString& path, const char* mode) {
 
     m_stream = fdopen(fd, mode);
     if (!m_stream) {
+        m_error = errno;
         ::close(fd);
         if (!hiddenName.empty()) unlink(hiddenName.c_str());
         return nullptr;
@@ -137,17 +153,28 @@ void AtomicOutputFile::removeHiddenName() {
 
 bool AtomicOutputFile::commit() {
     if (!m_stream) return false;
-    bool complete = std::fflush(m_stream) == 0 && !std::ferror(m_stream);
+    m_error = 0;
+    // Keeps the first failure's errno (EIO where a step failed without one).
+    const auto failed = [this] {
+        if (m_error == 0) m_error = errno != 0 ? errno : EIO;
+        return false;
+    };
+    errno = 0;
+    bool complete = (std::fflush(m_stream) == 0 && !std::ferror(m_stream)) || failed();
     if (m_inPlace) {
-        if (std::fclose(m_stream) != 0) complete = false;
+        errno = 0;
+        if (std::fclose(m_stream) != 0) complete = failed();
         m_stream = nullptr;
         m_inPlace = false;
         return complete;
     }
-    if (complete && m_hiddenName.empty()) complete = linkHiddenName();
-    if (std::fclose(m_stream) != 0) complete = false;
+    errno = 0;
+    if (complete && m_hiddenName.empty()) complete = linkHiddenName() || failed();
+    errno = 0;
+    if (std::fclose(m_stream) != 0) complete = failed();
     m_stream = nullptr;
-    if (complete) complete = std::rename(m_hiddenName.c_str(), m_destination.c_str()) == 0;
+    errno = 0;
+    if (complete) complete = std::rename(m_hiddenName.c_str(), m_destination.c_str()) == 0 || failed();
     if (complete) {
         m_hiddenName.clear();
     } else {

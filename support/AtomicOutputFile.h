@@ -51,6 +51,13 @@ public:
 
     std::FILE* stream() const { return m_stream; }
 
+    // The errno of the last open() or commit() that failed (0 after one that
+    // succeeded), so that callers can say why.
+    int error() const { return m_error; }
+    // Whether the file open now is written straight to its destination (a
+    // device, a pipe, a file with several names): it cannot be discarded.
+    bool inPlace() const { return m_inPlace; }
+
     // True by default; false makes every file a hidden named one from the
     // start, as on file systems without nameless files (for tests).
     static bool s_useNamelessFiles;
@@ -64,4 +71,5 @@ private:
     std::string m_destination;  // where the finished file goes
     std::string m_hiddenName;   // the new file's own name, when it has one
     bool m_inPlace = false;     // writing straight to the destination
+    int m_error = 0;
 };

@@ -207,17 +207,6 @@ char* appendFixed6Short(char* out, const FloatValue& v) {
 
 }  // namespace
 
-#if OMBREL_PLAIN_FORMATTING
-
-// The straightforward build formats through stdio; the benchmark checks that
-// both builds write the same bytes.
-char* appendGeneral6(char* out, double value) { return out + std::snprintf(out, kMaxGeneral6Length, "%g", value); }
-
-char* appendFixed6(char* out, double value) { return out + std::snprintf(out, kMaxFixed6Length, "%f", value); }
-
-char* appendInteger(char* out, int value) { return out + std::snprintf(out, kMaxIntegerLength, "%d", value); }
-
-#else
 
 char* appendGeneral6(char* out, double value) {
     FloatValue parts;
@@ -244,5 +233,3 @@ char* appendFixed6(char* out, double value) {
 }
 
 char* appendInteger(char* out, int value) { return std::to_chars(out, out + kMaxIntegerLength, value).ptr; }
-
-#endif

@@ -5,8 +5,7 @@
 #include <cstddef>
 
 // printf-identical number texts written straight into a caller's buffer, with
-// no locale and no stdio call (except in the straightforward reference build,
-// OMBREL_PLAIN_FORMATTING, which calls snprintf). Each function writes at `out` and returns the
+// no locale and no stdio call. Each function writes at `out` and returns the
 // end of what it wrote; the buffer must hold the maximum length given.
 
 // The text of "%g": six significant digits, exponent form below 1e-4 and from

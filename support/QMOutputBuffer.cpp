@@ -1,10 +1,22 @@
 #include "support/QMOutputBuffer.h"
 
+#include <cerrno>
 #include <condition_variable>
 #include <cstring>
 #include <mutex>
 #include <system_error>
 #include <thread>
+
+namespace {
+
+// Writes a block; the errno of a short write (EIO when the stream gave none).
+int writeBlock(std::FILE* file, const char* data, std::size_t count) {
+    errno = 0;
+    if (std::fwrite(data, 1, count, file) == count) return 0;
+    return errno != 0 ? errno : EIO;
+}
+
+}  // namespace
 
 // One thread writing one block at a time to a stream.
 class QMOutputBuffer::BackgroundWriter {
@@ -30,9 +42,14 @@ public:
         m_changed.notify_all();
     }
 
-    void waitUntilIdle() {
+    // Waits for the block in progress; the errno of a failed write since the
+    // last call, or 0.
+    int waitUntilIdle() {
         std::unique_lock<std::mutex> lock(m_mutex);
         m_changed.wait(lock, [this] { return m_block == nullptr; });
+        const int error = m_error;
+        m_error = 0;
+        return error;
     }
 
 private:
@@ -45,9 +62,9 @@ private:
             const char* block = m_block;
             const std::size_t count = m_count;
             lock.unlock();
-            // A short write leaves the stream's error flag set for its owner.
-            std::fwrite(block, 1, count, file);
+            const int error = writeBlock(file, block, count);
             lock.lock();
+            if (error != 0 && m_error == 0) m_error = error;
             m_block = nullptr;
             m_changed.notify_all();
         }
@@ -58,6 +75,7 @@ private:
     std::FILE* m_file = nullptr;
     const char* m_block = nullptr;
     std::size_t m_count = 0;
+    int m_error = 0;
     bool m_stop = false;
     std::thread m_thread;  // last: starts once everything above exists
 };
@@ -70,19 +88,37 @@ QMOutputBuffer::~QMOutputBuffer() = default;  // m_writer finishes its block and
 void QMOutputBuffer::attach(std::FILE* file) {
     flush();
     m_file = file;
+    m_error = 0;
+    m_appended = 0;
+}
+
+void QMOutputBuffer::release() {
+    m_used = 0;
+    if (m_writer) m_writer->waitUntilIdle();
+    m_writer.reset();
+    m_file = nullptr;
+    m_error = 0;
+    m_appended = 0;
 }
 
 void QMOutputBuffer::waitForBackgroundWrite() {
-    if (m_writer) m_writer->waitUntilIdle();
+    if (!m_writer) return;
+    const int error = m_writer->waitUntilIdle();
+    if (error != 0 && m_error == 0) m_error = error;
+}
+
+void QMOutputBuffer::writeNow(const char* bytes, std::size_t count) {
+    if (!m_file || m_error != 0) return;
+    m_error = writeBlock(m_file, bytes, count);
 }
 
 void QMOutputBuffer::handOff() {
     if (m_used == 0) return;
-    if (!m_file) {
+    m_appended += m_used;
+    if (!m_file || m_error != 0) {
         m_used = 0;
         return;
     }
-#if !OMBREL_PLAIN_FORMATTING
     if (!m_writer) {
         try {
             m_writer = std::make_unique<BackgroundWriter>();
@@ -91,14 +127,13 @@ void QMOutputBuffer::handOff() {
         }
     }
     if (m_writer) {
-        m_writer->waitUntilIdle();
-        m_writer->write(m_file, m_data.get(), m_used);
+        waitForBackgroundWrite();
+        if (m_error == 0) m_writer->write(m_file, m_data.get(), m_used);
         std::swap(m_data, m_spare);
         m_used = 0;
         return;
     }
-#endif
-    std::fwrite(m_data.get(), 1, m_used, m_file);
+    writeNow(m_data.get(), m_used);
     m_used = 0;
 }
 
@@ -107,7 +142,8 @@ void QMOutputBuffer::append(const char* bytes, std::size_t count) {
         handOff();
         if (count > m_capacity) {
             waitForBackgroundWrite();
-            if (m_file) std::fwrite(bytes, 1, count, m_file);
+            m_appended += count;
+            writeNow(bytes, count);
             return;
         }
     }
@@ -119,6 +155,7 @@ void QMOutputBuffer::append(const char* text) { append(text, std::strlen(text));
 
 void QMOutputBuffer::flush() {
     waitForBackgroundWrite();
-    if (m_used && m_file) std::fwrite(m_data.get(), 1, m_used, m_file);
+    m_appended += m_used;
+    writeNow(m_data.get(), m_used);
     m_used = 0;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <cstdio>
 #include <memory>
 
@@ -14,7 +15,10 @@
 // overlap; the bytes reach the stream in the order they were appended. flush()
 // and attach() return only when every byte handed over has been written, and
 // the destructor waits for a write in progress, so no thread outlives the
-// buffer. (The straightforward reference build writes in the caller's thread.)
+// buffer; release() ends the thread at once, for an export that is abandoned.
+//
+// The first failed write is remembered with its errno (error()); after it
+// nothing more is written to that stream, since the file is lost anyway.
 class QMOutputBuffer {
 public:
     static constexpr std::size_t kDefaultCapacity = std::size_t(1) << 20;
@@ -45,19 +49,34 @@ public:
     // (in the stream, not on the disk: no fflush).
     void flush();
 
+    // Drops the pending bytes, waits for a write in progress and ends the
+    // background thread; the buffer stays usable (a later hand-off starts a
+    // new thread) and detached from any stream.
+    void release();
+
+    // The errno of the first write that failed since the last attach, or 0.
+    int error() const { return m_error; }
+    // Bytes appended since the last attach (whether or not they were written).
+    std::uint64_t bytesAppended() const { return m_appended + m_used; }
+
 private:
     class BackgroundWriter;
 
     // Passes the full buffer on (to the background writer when there is one)
     // and continues in an empty one.
     void handOff();
-    // Waits until the background writer has written everything it was given.
+    // Waits until the background writer has written everything it was given,
+    // and takes over its error.
     void waitForBackgroundWrite();
+    // Writes a block in this thread, remembering the first failure.
+    void writeNow(const char* bytes, std::size_t count);
 
     std::unique_ptr<char[]> m_data;
     std::unique_ptr<char[]> m_spare;  // the buffer being written in the background
     std::size_t m_capacity;
     std::size_t m_used = 0;
     std::FILE* m_file = nullptr;
+    int m_error = 0;
+    std::uint64_t m_appended = 0;  // bytes passed on since the last attach
     std::unique_ptr<BackgroundWriter> m_writer;  // started at the first hand-off
 };
