@@ -9,6 +9,8 @@
 #include <cstdio>
 
 // Header of one block of a Vek file: 16 bytes, four little-endian words.
+class VekDamageReport;
+
 struct Vek_Header {
     std::uint32_t tag;       // block type; 0 ends the file
     std::uint32_t size;      // bytes of the whole block, these 16 included
@@ -26,7 +28,9 @@ static_assert(sizeof(Vek_Header) == 16);
 // count is clamped to the elements actually there), a body larger than its
 // array is read up to the array and the rest skipped, and a block whose size is
 // below 16 ends the walk (it could not advance). A missing file, a wrong magic
-// or a truncated header yields the documented result; nothing is reported.
+// or a truncated header yields the documented result. The damage a reader
+// read past is added to the damage report, when one is set; otherwise nothing
+// is reported.
 class QMVekIO {
 public:
     static constexpr std::uint32_t kTagEnd = 0;
@@ -40,6 +44,10 @@ public:
     static constexpr std::uint64_t kBodyAllowance = std::uint64_t(64) << 20;
 
     QMVekIO() {}
+
+    // Where the readers note damaged blocks (null: nowhere). Not owned.
+    void setDamageReport(VekDamageReport* report) { m_damage = report; }
+    VekDamageReport* damageReport() const { return m_damage; }
 
     // Container level.
     bool readFileHeader(std::FILE* file);
@@ -73,4 +81,7 @@ public:
     // Writes a Vek file holding only an MRGB block; on any failure no file is
     // left behind and the result is false.
     bool writeMRGBBloc(const QMString& name, QMArray<std::uint32_t>& mrgb);
+
+private:
+    VekDamageReport* m_damage = nullptr;
 };

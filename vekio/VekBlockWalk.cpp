@@ -1,6 +1,7 @@
 #include "vekio/VekBlockWalk.h"
 
 #include "support/QMDiskServer.h"
+#include "vekio/VekDamage.h"
 
 #include <limits>
 #include <new>
@@ -24,17 +25,27 @@ bool VekBlockWalk::start() { return opened() && m_io.readFileHeader(m_file); }
 bool VekBlockWalk::next(Vek_Header& header) {
     if (!m_io.readBlockHeader(m_file, header)) return false;
     if (header.tag == QMVekIO::kTagEnd) return false;
-    return header.size >= 16;
+    if (header.size >= 16) return true;
+    if (VekDamageReport* report = m_io.damageReport())
+        report->add({VekDamage::Kind::kBlockSizeInvalid, header.tag, 0});
+    return false;
 }
 
 void VekBlockWalk::skipBody(const Vek_Header& header) { m_io.skipBlock(m_file, header); }
 
-std::uint64_t VekBlockWalk::allowedElements(std::uint64_t wanted, std::uint64_t elementSize, std::uint64_t bodyBytes) {
+std::uint64_t VekBlockWalk::allowedElements(const Vek_Header& header, std::uint64_t wanted, std::uint64_t elementSize,
+                                            std::uint64_t bodyBytes) {
     const off_t position = ftello(m_file);
     const std::uint64_t left =
         position >= 0 && m_fileSize > std::uint64_t(position) ? m_fileSize - std::uint64_t(position) : 0;
     const std::uint64_t present = std::min(bodyBytes, left);
-    if (wanted * elementSize > present + QMVekIO::kBodyAllowance) wanted = present / elementSize;
+    const std::uint64_t presentElements = present / elementSize;
+    const bool clamped = wanted * elementSize > present + QMVekIO::kBodyAllowance;
+    if (VekDamageReport* report = m_io.damageReport(); report && wanted > presentElements) {
+        const auto kind = clamped ? VekDamage::Kind::kCountClamped : VekDamage::Kind::kBodyShorterThanCount;
+        report->add({kind, header.tag, wanted - presentElements});
+    }
+    if (clamped) wanted = presentElements;
     if (wanted > std::numeric_limits<std::size_t>::max() / elementSize) throw std::bad_alloc();
     return wanted;
 }
