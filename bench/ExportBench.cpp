@@ -11,7 +11,7 @@
 
 #include "bench/PluginLibrary.h"
 #include "bench/Stopwatch.h"
-#include "tools/ombrel/LibraryPath.h"
+#include "support/LibraryPath.h"
 
 #include <cstdio>
 #include <cstring>

@@ -1,7 +1,7 @@
 #include "plugin/ombrel.h"
 #include "tools/ombrel/Commands.h"
 #include "tools/ombrel/InputChecks.h"
-#include "tools/ombrel/LibraryPath.h"
+#include "support/LibraryPath.h"
 
 #include <cstdio>
 #include <cstring>

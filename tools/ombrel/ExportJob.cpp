@@ -6,7 +6,7 @@
 #include "plugin/ombrel.h"
 #include "tools/ombrel/ExportProgress.h"
 #include "tools/ombrel/InputChecks.h"
-#include "tools/ombrel/LibraryPath.h"
+#include "support/LibraryPath.h"
 #include "tools/ombrel/OutputSummary.h"
 #include "tools/ombrel/ScriptCalls.h"
 

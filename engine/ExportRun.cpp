@@ -1,0 +1,245 @@
+#include "engine/ExportRun.h"
+
+#include "engine/ProgressReporter.h"
+#include "engine/SceneMeasure.h"
+#include "engine/ScenePlacement.h"
+#include "export/QMSTLExport.h"
+#include "export/QMVRMLExport.h"
+#include "support/QMDiskServer.h"
+#include "vekio/QMVekIO.h"
+#include "vekio/VekDamage.h"
+
+#include <cmath>
+#include <cstring>
+
+namespace ombrel::engine {
+
+namespace {
+
+const char* blockName(std::uint32_t tag) {
+    switch (tag) {
+        case QMVekIO::kTagPoints:
+            return "Points";
+        case QMVekIO::kTagFace4:
+            return "Face4";
+        case QMVekIO::kTagUV4:
+            return "UV4";
+        case QMVekIO::kTagMask:
+            return "Mask";
+        case QMVekIO::kTagMRGB:
+            return "MRGB";
+        default:
+            return "unknown";
+    }
+}
+
+Box toBox(const BBox& box) {
+    Box out;
+    out.empty = !box.isInitialized();
+    if (out.empty) return out;
+    const float* min = &box.m_min.x;
+    const float* max = &box.m_max.x;
+    for (int k = 0; k < 3; ++k) {
+        out.min[k] = min[k];
+        out.max[k] = max[k];
+    }
+    return out;
+}
+
+std::uint64_t countNonFinite(const QMArray<QMVector3f>& points) {
+    std::uint64_t count = 0;
+    for (const QMVector3f& p : points)
+        if (!std::isfinite(p.x) || !std::isfinite(p.y) || !std::isfinite(p.z)) ++count;
+    return count;
+}
+
+// Discards the exporter's file and ends its thread when an exception leaves
+// the export, so that nothing outlives the call.
+template <class Exporter>
+class AbandonOnUnwind {
+public:
+    explicit AbandonOnUnwind(Exporter& exporter) : m_exporter(exporter) {}
+    ~AbandonOnUnwind() {
+        m_exporter.setProgress(nullptr);
+        if (m_armed) m_exporter.abandon();
+    }
+    void disarm() { m_armed = false; }
+
+private:
+    Exporter& m_exporter;
+    bool m_armed = true;
+};
+
+// The steps both formats share: measure, place, then read and write every
+// file, then finish the result from what the exporter says.
+class ExportSession {
+public:
+    ExportSession(const ExportPlan& plan, ExportResult& result)
+        : m_plan(plan), m_result(result), m_progress(plan.progress, plan.inputs.size()) {}
+
+    // Measures the scene and returns the placement of its points; `up` is
+    // the axis the file's height goes along.
+    ScenePlacement measureAndPlace(UpAxis up) {
+        std::vector<QMString> paths;
+        for (const PlannedInput& input : m_plan.inputs) paths.push_back(input.readerPath);
+        m_scene = measureScene(paths, m_progress);
+        const BBox upright = turnUpright(m_scene.bounds, up);
+        const ScenePlacement placement = placeScene(upright, m_plan.height, up);
+        ExportReport& report = m_result.report;
+        report.sceneBox = toBox(m_scene.bounds);
+        report.scale = placement.scale;
+        report.placedBox = toBox(placedBox(upright, placement.matrix));
+        for (int k = 0; k < 3; ++k)
+            report.size[k] = report.placedBox.empty ? 0.0 : report.placedBox.max[k] - report.placedBox.min[k];
+        m_progress.startWriting(m_scene.facesTotal);
+        return placement;
+    }
+
+    ProgressReporter* progress() { return &m_progress; }
+
+    // Opens file `i` for writing: progress, a reader with a damage report.
+    FileReport& startFile(std::size_t i, QMVekIO& reader) {
+        m_progress.startFile(i);
+        m_damage.clear();
+        reader.setDamageReport(&m_damage);
+        m_result.report.files.push_back(FileReport{m_plan.inputs[i].displayPath});
+        return m_result.report.files.back();
+    }
+
+    // Notes what reading file `i` found: its counts and the damage it met.
+    void fileRead(std::size_t i, bool readable, const QMArray<QMVector3f>& points, const QMArray<int>& faces) {
+        FileReport& file = m_result.report.files.back();
+        file.points = points.size();
+        file.faces = faces.size() / 4;
+        const VekBlockCounts& counts = m_scene.counts[i];
+        file.hasUVs = counts.uvEntries != 0;
+        file.hasColours = counts.colours != 0;
+        m_progress.correctTotal(counts.faces, file.faces);
+        if (!readable) warn(WarningKind::kInputSkipped, "", 0);
+        for (const VekDamage& damage : m_damage.entries()) {
+            const WarningKind kind = damage.kind == VekDamage::Kind::kCountClamped     ? WarningKind::kCountClamped
+                                     : damage.kind == VekDamage::Kind::kBlockSizeInvalid ? WarningKind::kBlockSizeInvalid
+                                                                                         : WarningKind::kBodyShorterThanCount;
+            warn(kind, damage.kind == VekDamage::Kind::kBlockSizeInvalid ? "" : blockName(damage.tag), damage.elements);
+        }
+        if (const std::uint64_t nonFinite = countNonFinite(points))
+            warn(WarningKind::kNonFiniteCoordinates, "Points", nonFinite);
+    }
+
+    void warn(WarningKind kind, const char* block, std::uint64_t count) {
+        m_result.warnings.push_back(Warning{kind, m_result.report.files.back().path, block, count});
+    }
+
+    // The output could not be opened.
+    void outputNotWritable(int error) {
+        m_result.status = Status{StatusKind::kOutputNotWritable, m_plan.outputDisplay, error, std::strerror(error)};
+    }
+
+    // The export has ended: its status from the exporter's output error
+    // (unless the output could not even be opened).
+    void finished(int error, std::uint64_t bytes, bool inPlace) {
+        if (!m_result.status.ok()) return;
+        m_result.report.bytesWritten = bytes;
+        m_result.report.replacedAtomically = !inPlace;
+        if (error != 0)
+            m_result.status = Status{StatusKind::kWriteFailed, m_plan.outputDisplay, error, std::strerror(error)};
+    }
+
+private:
+    const ExportPlan& m_plan;
+    ExportResult& m_result;
+    ProgressReporter m_progress;
+    SceneMeasure m_scene;
+    VekDamageReport m_damage;
+};
+
+// Faces of `faces` with a corner that names no point of `numPoints` (for a
+// triangle, its three corners).
+std::uint64_t facesWithMissingPoints(const QMArray<int>& faces, std::size_t numPoints) {
+    std::uint64_t count = 0;
+    for (std::size_t f = 0; f + 4 <= faces.size(); f += 4) {
+        const int corners = faces[f + 3] == -1 ? 3 : 4;
+        for (int j = 0; j < corners; ++j) {
+            const int index = faces[f + std::size_t(j)];
+            if (index < 0 || std::size_t(index) >= numPoints) {
+                ++count;
+                break;
+            }
+        }
+    }
+    return count;
+}
+
+}  // namespace
+
+void runExport(const ExportPlan& plan, QMSTLExport& exporter, ExportResult& result) {
+    ExportSession session(plan, result);
+    const ScenePlacement placement = session.measureAndPlace(plan.up);
+    exporter.m_matrix = placement.matrix;
+    exporter.m_useMatrix = true;
+    AbandonOnUnwind<QMSTLExport> guard(exporter);
+    exporter.setProgress(session.progress());
+    if (!exporter.startExportKMeshes(plan.outputPath, plan.format == Format::BinaryStl)) {
+        session.outputNotWritable(exporter.outputError());
+        if (!plan.readInputsWithoutOutput) return;
+    }
+    QMArray<QMVector3f> points;
+    QMArray<int> faces;
+    for (std::size_t i = 0; i < plan.inputs.size(); ++i) {
+        QMVekIO reader;
+        FileReport& file = session.startFile(i, reader);
+        const bool readable = reader.readVertexAndFace4Blocs(plan.inputs[i].readerPath, points, faces);
+        turnUpright(points, plan.up);
+        session.fileRead(i, readable, points, faces);
+        const std::uint64_t trianglesBefore = exporter.trianglesWritten();
+        const std::uint64_t skippedBefore = exporter.facesSkipped();
+        if (!faces.empty()) exporter.writeKMesh(points, faces);
+        file.trianglesWritten = exporter.trianglesWritten() - trianglesBefore;
+        file.facesSkipped = exporter.facesSkipped() - skippedBefore;
+        if (file.facesSkipped != 0) session.warn(WarningKind::kFacesSkipped, "Face4", file.facesSkipped);
+    }
+    exporter.endExportKMeshes();
+    guard.disarm();
+    result.report.trianglesWritten = exporter.trianglesWritten();
+    session.finished(exporter.outputError(), exporter.bytesWritten(), exporter.outputInPlace());
+}
+
+void runExport(const ExportPlan& plan, QMVRMLExport& exporter, ExportResult& result) {
+    ExportSession session(plan, result);
+    // VRML viewers expect Y up.
+    const ScenePlacement placement = session.measureAndPlace(UpAxis::Y);
+    exporter.m_matrix = placement.matrix;
+    exporter.m_useMatrix = true;
+    AbandonOnUnwind<QMVRMLExport> guard(exporter);
+    exporter.setProgress(session.progress());
+    exporter.startExportKMeshes(plan.outputPath);
+    if (exporter.outputError() != 0) {
+        session.outputNotWritable(exporter.outputError());
+        if (!plan.readInputsWithoutOutput) return;
+    }
+    QMArray<QMVector3f> points;
+    QMArray<int> faces;
+    QMArray<QMVector2f> uvs;
+    QMArray<std::uint32_t> colours;
+    for (std::size_t i = 0; i < plan.inputs.size(); ++i) {
+        QMVekIO reader;
+        session.startFile(i, reader);
+        if (!plan.carryUVsAcrossFiles) uvs.clear();
+        const bool readable =
+            reader.readVtxFace4UV4AndMRGBBlocs(plan.inputs[i].readerPath, points, faces, uvs, colours);
+        session.fileRead(i, readable, points, faces);
+        if (!plan.vertexColors) colours.clear();
+        QMString textureName = plan.inputs[i].textureName;
+        QMDiskServer::removePathFromFilename(textureName);
+        if (faces.empty()) continue;
+        exporter.writeKMesh(points, faces, uvs, textureName, &colours);
+        if (const std::uint64_t bad = facesWithMissingPoints(faces, points.size()))
+            session.warn(WarningKind::kFacesWithMissingPoints, "Face4", bad);
+    }
+    exporter.endExportKMeshes();
+    guard.disarm();
+    result.report.shapesWritten = exporter.shapesWritten();
+    session.finished(exporter.outputError(), exporter.bytesWritten(), exporter.outputInPlace());
+}
+
+}  // namespace ombrel::engine

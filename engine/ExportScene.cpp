@@ -1,0 +1,92 @@
+#include "engine/ExportPlan.h"
+#include "engine/ExportRun.h"
+#include "engine/InputCheck.h"
+#include "engine/OmbrelExport.h"
+#include "engine/ProgressReporter.h"
+#include "export/QMSTLExport.h"
+#include "export/QMVRMLExport.h"
+#include "support/LibraryPath.h"
+
+#include <cerrno>
+#include <cmath>
+#include <new>
+#include <stdexcept>
+
+namespace ombrel {
+
+namespace {
+
+Status invalidOptions(std::string reason) { return Status{StatusKind::kInvalidOptions, {}, 0, std::move(reason)}; }
+
+Status checkOptions(const ExportOptions& options) {
+    if (options.inputs.empty()) return invalidOptions("no input file given");
+    if (options.output.empty()) return invalidOptions("no output file given");
+    if (options.height && !(std::isfinite(*options.height) && *options.height > 0.0))
+        return invalidOptions("the height must be a positive finite number");
+    for (const InputFile& input : options.inputs) {
+        Status status = engine::checkVekInput(input.path);
+        if (!status.ok()) return status;
+    }
+    return Status{};
+}
+
+engine::ExportPlan planFor(const ExportOptions& options) {
+    engine::ExportPlan plan;
+    for (const InputFile& input : options.inputs) {
+        const std::string readerPath = toLibraryPath(input.path);
+        plan.inputs.push_back({QMString(readerPath.c_str()), input.path,
+                               QMString(input.textureName ? input.textureName->c_str() : input.path.c_str())});
+    }
+    plan.outputPath = QMString(toLibraryPath(options.output).c_str());
+    plan.outputDisplay = options.output;
+    plan.format = options.format;
+    plan.vertexColors = options.vertexColors;
+    plan.up = options.up;
+    plan.height = options.height;
+    plan.progress = options.progress;
+    return plan;
+}
+
+// Sets the status; when even that runs out of memory, at least its kind.
+void setStatus(ExportResult& result, StatusKind kind, const std::string& path, int error, const char* reason) noexcept {
+    try {
+        result.status = Status{kind, path, error, reason};
+    } catch (...) {
+        result.status.kind = kind;
+    }
+}
+
+void run(const ExportOptions& options, ExportResult& result) {
+    const engine::ExportPlan plan = planFor(options);
+    if (options.format == Format::Vrml) {
+        QMVRMLExport exporter;
+        engine::runExport(plan, exporter, result);
+    } else {
+        QMSTLExport exporter;
+        engine::runExport(plan, exporter, result);
+    }
+}
+
+}  // namespace
+
+ExportResult exportScene(const ExportOptions& options) noexcept {
+    ExportResult result;
+    try {
+        result.status = checkOptions(options);
+        if (!result.status.ok()) return result;
+        run(options, result);
+    } catch (const engine::ExportCancelled&) {
+        setStatus(result, StatusKind::kCancelled, options.output, 0, "cancelled");
+    } catch (const std::bad_alloc&) {
+        setStatus(result, StatusKind::kOutOfMemory, options.output, ENOMEM, "not enough memory for the export");
+    } catch (const std::length_error&) {
+        setStatus(result, StatusKind::kOutOfMemory, options.output, ENOMEM, "the scene is too large to hold");
+    } catch (const std::exception& error) {
+        setStatus(result, StatusKind::kWriteFailed, options.output, 0, error.what());
+    } catch (...) {
+        setStatus(result, StatusKind::kWriteFailed, options.output, 0, "unexpected failure");
+    }
+    return result;
+}
+
+}  // namespace ombrel
