@@ -24,6 +24,7 @@ install(FILES
 install(FILES host/KelvraHelper.h host/KBitmap.h host/KHostTypes.h host/KDocWrapper.h
   DESTINATION ${OMBREL_INCLUDE_ROOT}/host)
 install(FILES export/CurrentMeshExport.h DESTINATION ${OMBREL_INCLUDE_ROOT}/export)
+install(FILES engine/OmbrelExport.h DESTINATION ${OMBREL_INCLUDE_ROOT}/engine)
 
 install(EXPORT OmbrelTargets NAMESPACE Ombrel:: DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/Ombrel)
 configure_package_config_file(cmake/OmbrelConfig.cmake.in ${CMAKE_CURRENT_BINARY_DIR}/OmbrelConfig.cmake

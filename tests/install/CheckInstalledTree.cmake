@@ -12,7 +12,8 @@ endfunction()
 
 run(${CMAKE_COMMAND} --install ${BUILD_DIR} --prefix ${PREFIX})
 
-foreach(expected include/ombrel/ombrel.h include/ombrel/geometry/BBox.h include/ombrel/support/QMString.h bin/ombrel)
+foreach(expected include/ombrel/ombrel.h include/ombrel/geometry/BBox.h include/ombrel/support/QMString.h
+        include/ombrel/engine/OmbrelExport.h bin/ombrel)
   if(NOT EXISTS ${PREFIX}/${expected})
     message(FATAL_ERROR "not installed: ${expected}")
   endif()
@@ -39,8 +40,22 @@ run(${C_COMPILER} ${c_flags} ${cflags} ${CONSUMER_DIR}/c_consumer.c -o ${SCRATCH
 run(${SCRATCH}/c_consumer ${SCRATCH}/c_consumer.stl)
 
 # C++ consumer, configured with find_package(Ombrel).
-run(${CMAKE_COMMAND} -S ${CONSUMER_DIR} -B ${SCRATCH}/cxx -G Ninja
+run(${CMAKE_COMMAND} -S ${CONSUMER_DIR} -B ${SCRATCH}/cxx -G Ninja -DEXAMPLES_DIR=${EXAMPLES_DIR}
     -DCMAKE_PREFIX_PATH=${PREFIX} -DCMAKE_CXX_COMPILER=${CXX_COMPILER} "-DCMAKE_CXX_FLAGS=${CXX_FLAGS}")
 run(${CMAKE_COMMAND} --build ${SCRATCH}/cxx)
 run(${SCRATCH}/cxx/cxx_consumer)
 message(STATUS "installed tree works: ${LAST_OUTPUT}")
+
+# The README's example program, as printed there, exports the sample scene.
+file(READ ${EXAMPLES_DIR}/export_scene.cpp example)
+file(READ ${README} readme)
+string(FIND "${readme}" "${example}" at)
+if(at EQUAL -1)
+  message(FATAL_ERROR "README.md does not hold examples/export_scene.cpp as it is")
+endif()
+file(GLOB samples ${SAMPLES_DIR}/*.vek)
+run(${SCRATCH}/cxx/export_scene ${SCRATCH}/example.stl 100 ${samples})
+if(NOT LAST_OUTPUT MATCHES "^7030 triangles, 351584 bytes, [0-9.]+ x [0-9.]+ x 100.00 mm\n")
+  message(FATAL_ERROR "unexpected example output:\n${LAST_OUTPUT}")
+endif()
+message(STATUS "example program works: ${LAST_OUTPUT}")
