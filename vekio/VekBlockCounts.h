@@ -7,7 +7,8 @@
 // The element counts of a Vek file's mesh blocks, from a walk over its block
 // headers alone (no body is read): a cheap look at what a file holds before
 // it is read, for progress totals and reports. Each count is that of the
-// first block of its kind, cut down to the elements whose bytes are present.
+// first block of its kind, cut down to the elements its block's size has
+// room for.
 // Untrusted input: the walk is the readers' own, so it ends where theirs end.
 struct VekBlockCounts {
     bool readable = false;  // opened, with a valid file header
