@@ -1,15 +1,16 @@
 #include "export/CurrentHostMesh.h"
 
 #include "host/HostMemory.h"
+#include "host/HostMeshRecords.h"
 #include "host/KelvraHelper.h"
 
 #include <cstdint>
 
 namespace {
 
-constexpr std::size_t kFaceBytes = 16;
-constexpr std::size_t kUVLinkBytes = 32;
-constexpr std::size_t kVertexAttribBytes = 8;
+constexpr std::size_t kFaceBytes = hostmesh::kFaceBytes;
+constexpr std::size_t kUVLinkBytes = hostmesh::kUVLinkBytes;
+constexpr std::size_t kVertexAttribBytes = hostmesh::kVertexAttribBytes;
 // The unit of the fixed-point UV links of the 3.1 layout (24 fraction bits).
 constexpr float kFixed24Unit = 5.9604645e-08f;
 

@@ -1,11 +1,12 @@
 #include "host/HostMemory.h"
+#include "host/HostMeshRecords.h"
 #include "host/KelvraHelper.h"
 
 #include <cstddef>
 
 namespace {
 
-constexpr std::ptrdiff_t kVertexBytes = 12;
+constexpr std::ptrdiff_t kVertexBytes = hostmesh::kVertexBytes;
 // The unit of the 16.16 fixed-point vertices of the 3.1 layout.
 constexpr float kFixed16Unit = 1.0f / 65536.0f;
 

@@ -1,16 +1,17 @@
 #include "host/KelvraHelperInternal.h"
 
 #include "host/HostMemory.h"
+#include "host/HostMeshRecords.h"
 #include "host/KelvraHelper.h"
 #include "support/QMExceptionService.h"
 
 namespace {
 
-constexpr std::int32_t kVertexBytes = 12;
-constexpr std::int32_t kFaceBytes = 16;
-constexpr std::int32_t kUVLinkBytes = 32;
-constexpr std::int32_t kVertexAttribBytes = 8;
-constexpr std::int32_t kSymmetryEntryBytes = 4;
+using hostmesh::kFaceBytes;
+using hostmesh::kSymmetryEntryBytes;
+using hostmesh::kUVLinkBytes;
+using hostmesh::kVertexAttribBytes;
+using hostmesh::kVertexBytes;
 
 // What the mesh record says about one of its arrays: the array object, its
 // data holder, the data pointer kept in the holder, the count and element
