@@ -15,9 +15,11 @@
 //
 // The engine keeps no state between calls and owns nothing after it returns:
 // every thread it started has been joined and every file it opened closed.
-// Exports on different threads share nothing. No exception leaves
-// exportScene (an exception thrown by the progress callback included: it
-// ends the export as a cancel does, and is reported as kCancelled).
+// Exports on different threads share nothing but the log observer
+// (QMLogServer::setObserver), which must not be changed while one runs. No
+// exception leaves exportScene (an exception thrown by the progress callback
+// included: it ends the export as a cancel does, and is reported as
+// kCancelled).
 
 #include "support/OmbrelApi.h"
 
