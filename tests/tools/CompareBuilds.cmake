@@ -9,7 +9,7 @@ function(run_exports tool out)
     "export|-o|${out}/own-size.stl|--ascii"
     "export|-o|${out}/tall.stl|--height|7.3"
     "export|-o|${out}/tall-ascii.stl|--ascii|--height|7.3"
-    "export|-o|${out}/mirrored.stl|--ascii|--height|-0.25"
+    "export|-o|${out}/upright.stl|--ascii|--up|z|--height|7.3"
     "export|-o|${out}/colours.wrl|--colors|--height|7.3"
     "export|-o|${out}/plain.wrl")
   foreach(job IN LISTS jobs)

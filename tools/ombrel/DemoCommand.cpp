@@ -1,6 +1,6 @@
 #include "tools/ombrel/Commands.h"
 #include "tools/ombrel/EmbeddedSample.h"
-#include "tools/ombrel/ExportJob.h"
+#include "tools/ombrel/ExportRunner.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -14,16 +14,45 @@ namespace {
 
 // Writes the built-in sample scene into a fresh temporary directory, as the
 // host would save the sub-meshes of a sculpt before an export.
-bool writeSampleScene(const fs::path& directory, std::vector<std::string>& files) {
+bool writeSampleScene(const fs::path& directory) {
     for (unsigned i = 0; i < kSampleScene_count; ++i) {
-        const fs::path path = directory / kSampleScene[i].name;
-        std::ofstream out(path, std::ios::binary);
+        std::ofstream out(directory / kSampleScene[i].name, std::ios::binary);
         out.write(reinterpret_cast<const char*>(kSampleScene[i].bytes),
                   static_cast<std::streamsize>(kSampleScene[i].size));
         if (!out) return false;
-        files.push_back(path.string());
     }
     return true;
+}
+
+// Exports the scene in `sceneDirectory` in each format into `outputDirectory`
+// (absolute). The exports run inside the scene's directory so that the
+// summaries name the sub-meshes as the sample names them, without the
+// temporary directory.
+int exportSampleScene(const fs::path& sceneDirectory, const fs::path& outputDirectory, double height) {
+    std::error_code error;
+    const fs::path previous = fs::current_path(error);
+    fs::current_path(sceneDirectory, error);
+    if (error) {
+        std::fprintf(stderr, "ombrel: cannot enter %s: %s\n", sceneDirectory.c_str(), error.message().c_str());
+        return 1;
+    }
+    ombrel::ExportOptions options;
+    for (unsigned i = 0; i < kSampleScene_count; ++i) options.inputs.push_back({kSampleScene[i].name, {}});
+    options.height = height;
+    const std::pair<ombrel::Format, const char*> outputs[] = {{ombrel::Format::BinaryStl, "sample-binary.stl"},
+                                                              {ombrel::Format::AsciiStl, "sample-ascii.stl"},
+                                                              {ombrel::Format::Vrml, "sample-colours.wrl"}};
+    int status = 0;
+    for (const auto& [format, name] : outputs) {
+        options.format = format;
+        options.output = (outputDirectory / name).string();
+        options.vertexColors = format == ombrel::Format::Vrml;
+        status = runExport(options);
+        if (status != 0) break;
+        std::printf("\n");
+    }
+    fs::current_path(previous, error);
+    return status;
 }
 
 }  // namespace
@@ -56,25 +85,10 @@ int runDemoCommand(const std::vector<std::string>& arguments) {
         return 1;
     }
     const fs::path sceneDirectory = pattern;
-    std::vector<std::string> files;
     int status = 1;
-    if (writeSampleScene(sceneDirectory, files)) {
+    if (writeSampleScene(sceneDirectory)) {
         std::printf("Sample scene: %u sub-meshes, exported to height %g\n\n", kSampleScene_count, height);
-        ExportJob job;
-        job.inputs = files;
-        job.height = height;
-        const std::pair<ExportFormat, const char*> outputs[] = {{ExportFormat::BinaryStl, "sample-binary.stl"},
-                                                                {ExportFormat::AsciiStl, "sample-ascii.stl"},
-                                                                {ExportFormat::Vrml, "sample-colours.wrl"}};
-        status = 0;
-        for (const auto& [format, name] : outputs) {
-            if (status != 0) break;
-            job.format = format;
-            job.output = (outputDirectory / name).string();
-            job.vertexColors = format == ExportFormat::Vrml;
-            status = runExport(job);
-            std::printf("\n");
-        }
+        status = exportSampleScene(sceneDirectory, fs::absolute(outputDirectory, error), height);
     } else {
         std::fprintf(stderr, "ombrel: cannot write the sample scene to %s\n", sceneDirectory.c_str());
     }

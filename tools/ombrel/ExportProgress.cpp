@@ -1,32 +1,36 @@
 #include "tools/ombrel/ExportProgress.h"
 
-#include "support/QMLogServer.h"
-
 #include <cstdio>
-#include <cstdlib>
-#include <cstring>
 #include <unistd.h>
 
-ExportProgress::ExportProgress(const char* what, std::size_t fileCount)
-    : m_what(what), m_fileCount(fileCount), m_active(isatty(STDERR_FILENO) == 1) {
-    if (!m_active) return;
-    std::fprintf(stderr, "\rombrel: %s: measuring the scene...", m_what);
-    QMLogServer::setObserver([this](const char* line) { onLogLine(line); });
-}
+ExportProgress::ExportProgress(const char* what) : m_what(what) {}
 
 ExportProgress::~ExportProgress() {
-    if (!m_active) return;
-    QMLogServer::setObserver({});
-    std::fprintf(stderr, "\r\033[K");
+    if (!m_shown.empty()) std::fputs("\r\033[K", stderr);
 }
 
-void ExportProgress::onLogLine(const char* line) {
-    // Every file being written is read once more, faces included.
-    static const char kFaceLine[] = "Vek Reading [Face4] (";
-    const char* faces = std::strstr(line, kFaceLine);
-    if (!faces) return;
-    ++m_filesStarted;
-    const long count = std::strtol(faces + sizeof kFaceLine - 1, nullptr, 10);
-    std::fprintf(stderr, "\r\033[Kombrel: %s: file %zu of %zu (%ld faces)", m_what, m_filesStarted, m_fileCount, count);
-    std::fflush(stderr);
+ombrel::ProgressCallback ExportProgress::callback() {
+    if (isatty(STDERR_FILENO) != 1) return {};
+    return [this](const ombrel::Progress& progress) {
+        show(progress);
+        return ombrel::ProgressAction::Continue;
+    };
+}
+
+void ExportProgress::show(const ombrel::Progress& progress) {
+    char text[160];
+    if (progress.phase == ombrel::Phase::MeasuringScene) {
+        std::snprintf(text, sizeof text, "ombrel: %s: measuring the scene (file %zu of %zu)", m_what,
+                      progress.fileIndex + 1, progress.fileCount);
+    } else {
+        const unsigned percent =
+            progress.facesTotal == 0 ? 0u : static_cast<unsigned>(100 * progress.facesDone / progress.facesTotal);
+        std::snprintf(text, sizeof text, "ombrel: %s: writing file %zu of %zu, %u%%", m_what, progress.fileIndex + 1,
+                      progress.fileCount, percent);
+    }
+    // The callback comes every few thousand faces; the terminal needs only
+    // the changes.
+    if (m_shown == text) return;
+    m_shown = text;
+    std::fprintf(stderr, "\r\033[K%s", text);
 }

@@ -1,22 +1,28 @@
 #pragma once
 
-#include <cstddef>
+#include "engine/OmbrelExport.h"
 
-// Shows on stderr, while an export runs, which declared file is being
-// written, by following the library's log lines. Active only when stderr is a
-// terminal; it clears its line when it goes out of scope.
+#include <string>
+
+// Shows an export's progress on one line of stderr, redrawn in place, when
+// stderr is a terminal; the line is cleared when the object goes.
+//
+//   ombrel: binary STL: measuring the scene (file 2 of 3)
+//   ombrel: binary STL: writing file 2 of 3, 45%
 class ExportProgress {
 public:
-    ExportProgress(const char* what, std::size_t fileCount);
+    explicit ExportProgress(const char* what);
     ~ExportProgress();
     ExportProgress(const ExportProgress&) = delete;
     ExportProgress& operator=(const ExportProgress&) = delete;
 
+    // The callback for the export's options: empty when stderr is not a
+    // terminal. It refers to this object, which must outlive the export.
+    ombrel::ProgressCallback callback();
+
 private:
-    void onLogLine(const char* line);
+    void show(const ombrel::Progress& progress);
 
     const char* m_what;
-    std::size_t m_fileCount;
-    std::size_t m_filesStarted = 0;
-    bool m_active;
+    std::string m_shown;  // the text on the line now; redrawn only when it changes
 };

@@ -1,5 +1,5 @@
-// ombrel: exports sculpt meshes saved as Vek files to STL, through the same
-// calls the sculpting host's script makes.
+// ombrel: exports sculpt meshes saved as Vek files to STL or VRML through
+// the library's export engine, and inspects Vek files.
 #include "tools/ombrel/Commands.h"
 
 #include <cstdio>
@@ -13,15 +13,17 @@ const char kUsage[] =
     "Usage: ombrel COMMAND [OPTIONS] ...\n"
     "\n"
     "Commands:\n"
-    "  export -o OUT.stl [--ascii|--binary] [--height H] FILE.vek...\n"
+    "  export -o OUT.stl [--ascii|--binary] [--height H] [--up y|z] FILE.vek...\n"
     "  export -o OUT.wrl [--colors] [--texture FILE.vek=NAME]... [--height H] FILE.vek...\n"
     "      Writes all Vek files as one file, with the scene's minimum corner at\n"
     "      the origin: STL (binary unless --ascii), or VRML 2.0 when the output\n"
     "      ends in .wrl or .vrml (--stl and --vrml choose explicitly). With\n"
-    "      --height the scene is scaled so that its extent along Y is H;\n"
-    "      without it the scene keeps its own size. VRML: --colors writes the\n"
-    "      files' vertex colours; --texture names a file's texture (default:\n"
-    "      the Vek file's own name).\n"
+    "      --height the scene is scaled so that its extent along the up axis\n"
+    "      is H; without it the scene keeps its own size. STL: --up z turns the\n"
+    "      scene Z-up, as slicers expect (default: y, as the host has it).\n"
+    "      VRML: --colors writes the files' vertex colours; --texture names a\n"
+    "      file's texture (default: the Vek file's own name). Prints what was\n"
+    "      written; warnings about damaged input go to stderr.\n"
     "  bbox FILE.vek...\n"
     "      Prints each file's bounding box and, for several files, their union.\n"
     "  info FILE.vek...\n"
@@ -36,7 +38,8 @@ const char kUsage[] =
     "  --version      show the version and exit\n"
     "\n"
     "Exit status: 0 on success, 1 when a file is missing, not a Vek file or not\n"
-    "writable, 2 on a usage error.\n";
+    "writable, or a write fails (a full disk, ...), 2 on a usage error or an\n"
+    "invalid option value (a height that is not a positive number).\n";
 
 }  // namespace
 

@@ -1,0 +1,17 @@
+#include "tools/ombrel/FormatNames.h"
+
+const char* formatName(ombrel::Format format) {
+    switch (format) {
+        case ombrel::Format::BinaryStl:
+            return "binary STL";
+        case ombrel::Format::AsciiStl:
+            return "ASCII STL";
+        case ombrel::Format::Vrml:
+            return "VRML";
+    }
+    return "";
+}
+
+const char* formatTitle(ombrel::Format format) {
+    return format == ombrel::Format::BinaryStl ? "Binary STL" : formatName(format);
+}
