@@ -35,6 +35,10 @@ struct ExportPlan {
     // The host's exports read every file even when the output cannot be
     // opened (the readers' log lines show it); the typed API stops there.
     bool readInputsWithoutOutput = false;
+    // The host's exports write whatever the placement gives, infinite and NaN
+    // coordinates included; the typed API refuses a height that cannot be
+    // reached in single precision from the scene's extent.
+    bool acceptAnyPlacement = false;
     ProgressCallback progress;
 };
 

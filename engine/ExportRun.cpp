@@ -11,6 +11,7 @@
 
 #include <cmath>
 #include <cstring>
+#include <optional>
 
 namespace ombrel::engine {
 
@@ -46,6 +47,12 @@ Box toBox(const BBox& box) {
     return out;
 }
 
+bool isFinite(const Box& box) {
+    for (int k = 0; k < 3; ++k)
+        if (!std::isfinite(box.min[k]) || !std::isfinite(box.max[k])) return false;
+    return true;
+}
+
 std::uint64_t countNonFinite(const QMArray<QMVector3f>& points) {
     std::uint64_t count = 0;
     for (const QMVector3f& p : points)
@@ -78,8 +85,9 @@ public:
         : m_plan(plan), m_result(result), m_progress(plan.progress, plan.inputs.size()) {}
 
     // Measures the scene and returns the placement of its points; `up` is
-    // the axis the file's height goes along.
-    ScenePlacement measureAndPlace(UpAxis up) {
+    // the axis the file's height goes along. None (and the status says why)
+    // when the plan refuses a placement whose numbers overflow.
+    std::optional<ScenePlacement> measureAndPlace(UpAxis up) {
         std::vector<QMString> paths;
         for (const PlannedInput& input : m_plan.inputs) paths.push_back(input.readerPath);
         m_scene = measureScene(paths, m_progress);
@@ -92,6 +100,11 @@ public:
         for (int k = 0; k < 3; ++k)
             report.size[k] = report.placedBox.empty ? 0.0 : report.placedBox.max[k] - report.placedBox.min[k];
         m_progress.startWriting(m_scene.facesTotal);
+        if (!m_plan.acceptAnyPlacement && !isFinite(report.placedBox)) {
+            m_result.status = Status{StatusKind::kInvalidOptions, {}, 0,
+                                     "the height cannot be reached in single precision from the scene's extent"};
+            return std::nullopt;
+        }
         return placement;
     }
 
@@ -174,8 +187,9 @@ std::uint64_t facesWithMissingPoints(const QMArray<int>& faces, std::size_t numP
 
 void runExport(const ExportPlan& plan, QMSTLExport& exporter, ExportResult& result) {
     ExportSession session(plan, result);
-    const ScenePlacement placement = session.measureAndPlace(plan.up);
-    exporter.m_matrix = placement.matrix;
+    const std::optional<ScenePlacement> placement = session.measureAndPlace(plan.up);
+    if (!placement) return;
+    exporter.m_matrix = placement->matrix;
     exporter.m_useMatrix = true;
     AbandonOnUnwind<QMSTLExport> guard(exporter);
     exporter.setProgress(session.progress());
@@ -207,8 +221,9 @@ void runExport(const ExportPlan& plan, QMSTLExport& exporter, ExportResult& resu
 void runExport(const ExportPlan& plan, QMVRMLExport& exporter, ExportResult& result) {
     ExportSession session(plan, result);
     // VRML viewers expect Y up.
-    const ScenePlacement placement = session.measureAndPlace(UpAxis::Y);
-    exporter.m_matrix = placement.matrix;
+    const std::optional<ScenePlacement> placement = session.measureAndPlace(UpAxis::Y);
+    if (!placement) return;
+    exporter.m_matrix = placement->matrix;
     exporter.m_useMatrix = true;
     AbandonOnUnwind<QMVRMLExport> guard(exporter);
     exporter.setProgress(session.progress());

@@ -9,6 +9,7 @@
 
 #include <cerrno>
 #include <cmath>
+#include <limits>
 #include <new>
 #include <stdexcept>
 
@@ -21,8 +22,10 @@ Status invalidOptions(std::string reason) { return Status{StatusKind::kInvalidOp
 Status checkOptions(const ExportOptions& options) {
     if (options.inputs.empty()) return invalidOptions("no input file given");
     if (options.output.empty()) return invalidOptions("no output file given");
-    if (options.height && !(std::isfinite(*options.height) && *options.height > 0.0))
-        return invalidOptions("the height must be a positive finite number");
+    // Placement computes in single precision: larger heights would overflow.
+    if (options.height && !(std::isfinite(*options.height) && *options.height > 0.0 &&
+                            *options.height <= std::numeric_limits<float>::max()))
+        return invalidOptions("the height must be a positive number no larger than 3.4e38");
     for (const InputFile& input : options.inputs) {
         Status status = engine::checkVekInput(input.path);
         if (!status.ok()) return status;

@@ -53,16 +53,25 @@ std::string plural(std::uint64_t count, const char* one, const char* many) {
     return std::to_string(count) + " " + (count == 1 ? one : many);
 }
 
+// What a block's count counts, for `count` of them.
+std::string countedItems(const std::string& block, std::uint64_t count) {
+    if (block == "Points") return plural(count, "point", "points");
+    if (block == "Face4") return plural(count, "face", "faces");
+    if (block == "UV4") return plural(count, "face's texture coordinates", "faces' texture coordinates");
+    if (block == "MRGB") return plural(count, "colour", "colours");
+    if (block == "Mask") return plural(count, "mask value", "mask values");
+    return plural(count, "element", "elements");
+}
+
 }  // namespace
 
 std::string Warning::describe() const {
     const std::string where = file + ": " + (block.empty() ? std::string() : block + " block: ");
     switch (kind) {
         case WarningKind::kBodyShorterThanCount:
-            return where + "the file ends early; " + plural(count, "element is", "elements are") +
-                   " missing and read as zero";
+            return where + "the block ends early; " + countedItems(block, count) + " missing, read as zeros";
         case WarningKind::kCountClamped:
-            return where + "its count names " + plural(count, "element", "elements") +
+            return where + "its count names " + countedItems(block, count) +
                    " more than the file holds; only those present were read";
         case WarningKind::kBlockSizeInvalid:
             return where + "invalid block size; the rest of the file was not read";

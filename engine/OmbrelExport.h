@@ -125,8 +125,10 @@ struct OMBREL_API Warning {
     WarningKind kind = WarningKind::kBodyShorterThanCount;
     std::string file;     // the Vek file, as given
     std::string block;    // "Points", "Face4", "UV4", "MRGB", or empty
-    std::uint64_t count = 0;  // elements concerned (faces skipped, points non-finite, elements missing)
-    // One line for a person: "head.vek: Face4 block: 120 faces name a point that does not exist".
+    // What is concerned, in the unit of the block's count: faces skipped,
+    // points with a non-finite coordinate, faces (or points, ...) missing.
+    std::uint64_t count = 0;
+    // One line for a person: "head.vek: Face4 block: 120 faces name a point that does not exist; left out".
     std::string describe() const;
 };
 

@@ -19,5 +19,6 @@ ombrel::engine::ExportPlan declaredExportPlan(const char* outputPath, ombrel::Fo
     plan.height = s_declaredHeight;
     plan.carryUVsAcrossFiles = true;
     plan.readInputsWithoutOutput = true;
+    plan.acceptAnyPlacement = true;
     return plan;
 }

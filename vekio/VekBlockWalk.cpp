@@ -33,8 +33,9 @@ bool VekBlockWalk::next(Vek_Header& header) {
 
 void VekBlockWalk::skipBody(const Vek_Header& header) { m_io.skipBlock(m_file, header); }
 
-std::uint64_t VekBlockWalk::allowedElements(const Vek_Header& header, std::uint64_t wanted, std::uint64_t elementSize,
-                                            std::uint64_t bodyBytes) {
+std::uint64_t VekBlockWalk::allowedElements(const Vek_Header& header, std::uint64_t elementsPerCount,
+                                            std::uint64_t elementSize, std::uint64_t bodyBytes) {
+    std::uint64_t wanted = std::uint64_t(header.count) * elementsPerCount;
     const off_t position = ftello(m_file);
     const std::uint64_t left =
         position >= 0 && m_fileSize > std::uint64_t(position) ? m_fileSize - std::uint64_t(position) : 0;
@@ -43,7 +44,8 @@ std::uint64_t VekBlockWalk::allowedElements(const Vek_Header& header, std::uint6
     const bool clamped = wanted * elementSize > present + QMVekIO::kBodyAllowance;
     if (VekDamageReport* report = m_io.damageReport(); report && wanted > presentElements) {
         const auto kind = clamped ? VekDamage::Kind::kCountClamped : VekDamage::Kind::kBodyShorterThanCount;
-        report->add({kind, header.tag, wanted - presentElements});
+        // Counted in the block's own unit: whole counted items present.
+        report->add({kind, header.tag, header.count - presentElements / elementsPerCount});
     }
     if (clamped) wanted = presentElements;
     if (wanted > std::numeric_limits<std::size_t>::max() / elementSize) throw std::bad_alloc();

@@ -32,7 +32,7 @@ public:
     void readBody(const Vek_Header& header, QMArray<T>& array, std::uint64_t elementsPerCount) {
         const std::uint64_t bodyBytes = std::uint64_t(header.size) - 16;
         const std::uint64_t elements =
-            allowedElements(header, std::uint64_t(header.count) * elementsPerCount, sizeof(T), bodyBytes);
+            allowedElements(header, elementsPerCount, sizeof(T), bodyBytes);
         array.resize(static_cast<std::size_t>(elements));
         const std::uint64_t readBytes = std::min<std::uint64_t>(bodyBytes, elements * sizeof(T));
         readInto(array.data(), readBytes, bodyBytes);
@@ -41,12 +41,12 @@ public:
     void skipBody(const Vek_Header& header);
 
 private:
-    // How many of `wanted` elements may be allocated: all of them unless that
-    // needs more than the body bytes present in the file plus the allowance,
-    // in which case only the elements actually present. Notes the damage when
-    // fewer than `wanted` elements are present.
-    std::uint64_t allowedElements(const Vek_Header& header, std::uint64_t wanted, std::uint64_t elementSize,
-                                  std::uint64_t bodyBytes);
+    // How many of the elements the header's count names (elementsPerCount
+    // each) may be allocated: all of them unless that needs more than the
+    // body bytes present in the file plus the allowance, in which case only
+    // the elements actually present. Notes the damage when fewer are present.
+    std::uint64_t allowedElements(const Vek_Header& header, std::uint64_t elementsPerCount,
+                                  std::uint64_t elementSize, std::uint64_t bodyBytes);
     void readInto(void* storage, std::uint64_t readBytes, std::uint64_t bodyBytes);
 
     QMVekIO& m_io;

@@ -14,7 +14,8 @@ struct VekDamage {
     };
     Kind kind;
     std::uint32_t tag;       // the block's tag
-    std::uint64_t elements;  // elements missing (or cut off); 0 for kBlockSizeInvalid
+    std::uint64_t elements;  // what is missing (or cut off), in the unit of the block's count (a face
+                             // for Face4 and UV4); a partly present one counts; 0 for kBlockSizeInvalid
 };
 
 class VekDamageReport {
