@@ -47,9 +47,17 @@ Box toBox(const BBox& box) {
     return out;
 }
 
-bool isFinite(const Box& box) {
-    for (int k = 0; k < 3; ++k)
-        if (!std::isfinite(box.min[k]) || !std::isfinite(box.max[k])) return false;
+// Whether the matrix is finite and takes the box's corners to finite points
+// (a scale that overflowed makes them infinite or NaN, and NaN corners make
+// no box at all, so the placed box cannot tell).
+bool placesFinitely(const QMMatrix4f& matrix, const BBox& box) {
+    for (float value : matrix.m_data)
+        if (!std::isfinite(value)) return false;
+    if (!box.isInitialized()) return true;
+    for (const QMVector3f& corner : {box.m_min, box.m_max}) {
+        const QMVector3f placed = matrix.multVec3f(corner);
+        if (!std::isfinite(placed.x) || !std::isfinite(placed.y) || !std::isfinite(placed.z)) return false;
+    }
     return true;
 }
 
@@ -100,7 +108,7 @@ public:
         for (int k = 0; k < 3; ++k)
             report.size[k] = report.placedBox.empty ? 0.0 : report.placedBox.max[k] - report.placedBox.min[k];
         m_progress.startWriting(m_scene.facesTotal);
-        if (!m_plan.acceptAnyPlacement && !isFinite(report.placedBox)) {
+        if (!m_plan.acceptAnyPlacement && !placesFinitely(placement.matrix, upright)) {
             m_result.status = Status{StatusKind::kInvalidOptions, {}, 0,
                                      "the height cannot be reached in single precision from the scene's extent"};
             return std::nullopt;
