@@ -1,11 +1,12 @@
 """The benchmark driver: generates the scenes, measures Ombrel's exports, the
 I/O floor, the printf baseline and the peer tools on them, compares every kept
-output with the straightforward reference build's, and writes the report.
-bench/run.sh builds the programs and calls it; see bench/README.md.
+export with what ombrel_model (tests/model, the model of the export script
+calls) writes for the same calls, and writes the report. bench/run.sh builds
+the programs and calls it; see bench/README.md.
 
 Usage: bench.py [--quick] [--started-at EPOCH]
-Exit status: 0, or 1 when an output differs from the reference build's or a
-benchmark program of the project fails.
+Exit status: 0, or 1 when an output differs from the model's or a benchmark
+program of the project fails.
 """
 import argparse
 import glob
@@ -24,7 +25,7 @@ import report
 ROOT = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
 NATIVE = os.path.join(ROOT, "build", "native")
 LIBRARY = os.path.join(NATIVE, "libombrel.so")
-REFERENCE_LIBRARY = os.path.join(ROOT, "build", "bench-reference", "libombrel.so")
+MODEL = os.path.join(NATIVE, "tests", "model", "ombrel_model")
 VEKGEN = os.path.join(NATIVE, "tools", "vekgen", "vekgen")
 BENCH_EXPORT = os.path.join(NATIVE, "bench", "bench_export")
 BENCH_FLOOR = os.path.join(NATIVE, "bench", "bench_io_floor")
@@ -43,8 +44,10 @@ SINGLE_RUN, QUICK_SINGLE_RUN = 20.0, 5.0
 EXPORTS = [("bounds", ".box", "bounds"), ("stl-binary", ".stl", "stl"), ("stl-ascii", ".stl", "stl"),
            ("vrml", ".wrl", "vrml"), ("vrml-colors", ".wrl", "vrml")]
 PRINTF_MODES = ("stl-ascii", "vrml", "vrml-colors")
-# Outputs compared with the reference build at 10M (all of them at the smaller sizes).
-REFERENCE_10M = ("bounds", "stl-binary")
+# The exports the model writes too (it has no scene-bounds pass), and those
+# of them compared at 10M (all of them at the smaller sizes).
+MODEL_MODES = ("stl-binary", "stl-ascii", "vrml", "vrml-colors")
+MODEL_10M = ("stl-binary",)
 # At 10M a peer (or the printf baseline) runs only when ten times its 1M
 # median stays within this many seconds.
 LIMIT_10M = 20.0
@@ -185,7 +188,7 @@ class SceneBench:
     def ombrel(self, mode, extension):
         output = os.path.join(self.out_dir, "ombrel-" + mode + extension)
         keep = None
-        if self.label() != "10M" or mode in REFERENCE_10M:
+        if mode in MODEL_MODES and (self.label() != "10M" or mode in MODEL_10M):
             keep = os.path.join(self.keep_dir, "ombrel-" + mode + extension)
         command = [BENCH_EXPORT, LIBRARY, mode, output] + self.scene.files
         result = self.runner.measure(command, output, self.runs, self.OWN_TIME, keep)["time"]
@@ -238,28 +241,26 @@ class SceneBench:
             entries[entry_name(name, timer)] = vars(result)
 
 
-def reference_check(runner, scenes, keep_dirs, out_root):
-    """Runs the kept exports again through the reference build and compares
-    the bytes. Returns the list of comparisons."""
+def model_check(runner, scenes, keep_dirs, out_root):
+    """Writes the kept exports again with the model of the script calls and
+    compares the bytes. Returns the list of comparisons."""
     checks = []
     for scene in scenes:
         for mode, extension, _ in EXPORTS:
             kept = os.path.join(keep_dirs[scene.label], "ombrel-" + mode + extension)
             if not os.path.exists(kept):
                 continue
-            reference = os.path.join(out_root, scene.label, "reference-" + mode + extension)
-            run = runner.run_once([BENCH_EXPORT, REFERENCE_LIBRARY, mode, reference] + scene.files, reference)
-            same = subprocess.run(["cmp", "-s", kept, reference]).returncode == 0
+            expected = os.path.join(out_root, scene.label, "model-" + mode + extension)
+            run = runner.run_once([MODEL, mode, str(HEIGHT), expected] + scene.files, expected)
+            same = subprocess.run(["cmp", "-s", kept, expected]).returncode == 0
             checks.append({"scene": scene.label, "mode": mode, "bytes": os.path.getsize(kept),
-                           "reference_bytes": run.output_bytes, "identical": same,
-                           "reference_seconds": run.reported()})
-            say("[%s] reference build, %-12s %s (%.2f s)" % (scene.label, mode, "identical" if same else "DIFFERENT",
-                                                           run.reported()))
+                           "model_bytes": run.output_bytes, "identical": same, "model_seconds": run.wall})
+            say("[%s] model, %-12s %s (%.2f s)" % (scene.label, mode, "identical" if same else "DIFFERENT", run.wall))
             if same:
                 os.remove(kept)
-                os.remove(reference)
+                os.remove(expected)
             else:
-                say("    kept for inspection: %s %s" % (kept, reference))
+                say("    kept for inspection: %s %s" % (kept, expected))
     return checks
 
 
@@ -275,7 +276,7 @@ def main():
         sys.exit("bench.py: the scratch directory %s is inside the repository" % scratch)
     out_root = os.path.join(scratch, "out")
     shutil.rmtree(out_root, ignore_errors=True)
-    for program in (LIBRARY, REFERENCE_LIBRARY, VEKGEN, BENCH_EXPORT, BENCH_FLOOR, BENCH_PRINTF, BENCH_RUSAGE):
+    for program in (LIBRARY, MODEL, VEKGEN, BENCH_EXPORT, BENCH_FLOOR, BENCH_PRINTF, BENCH_RUSAGE):
         if not os.path.exists(program):
             sys.exit("bench.py: %s is missing; run bench/run.sh, which builds it" % program)
     say("scratch directory %s" % scratch)
@@ -298,8 +299,8 @@ def main():
             scenes.append(scene)
             measured.append(data)
             previous = data
-        say("comparing with the reference build (%s)" % REFERENCE_LIBRARY)
-        checks = reference_check(runner, scenes, keep_dirs, out_root)
+        say("comparing with the model of the script calls (%s)" % MODEL)
+        checks = model_check(runner, scenes, keep_dirs, out_root)
     except RunFailed as failure:
         failed = str(failure)
         checks = []
