@@ -1,12 +1,17 @@
 #!/usr/bin/env bash
-# Installs what building and testing Ombrel needs, from Debian's packages.
-# Run as root on Debian 12; does nothing when everything is already there.
+# Installs what Ombrel needs, from Debian's packages. Run as root on
+# Debian 12; does nothing when everything is already there.
+#   scripts/install-deps.sh        everything the tests and the benchmark need
+#   scripts/install-deps.sh demo   only what building the library and the tool needs
 set -euo pipefail
 
-packages=(cmake ninja-build g++ g++-multilib lib32stdc++-12-dev googletest pkg-config binutils bsdutils
-  python3 python3-numpy python3-stl python3-vtk9 admesh
-  clang-14 libclang-rt-14-dev llvm-14
-  assimp-utils python3-meshio)
+packages=(cmake ninja-build g++)
+if [[ "${1:-}" != demo ]]; then
+  packages+=(g++-multilib lib32stdc++-12-dev googletest pkg-config binutils bsdutils
+    python3 python3-numpy python3-stl python3-vtk9 admesh prusa-slicer
+    clang-14 libclang-rt-14-dev llvm-14
+    assimp-utils python3-meshio)
+fi
 
 missing=()
 for package in "${packages[@]}"; do
