@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <chrono>
 #include <cstdlib>
+#include <memory>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -84,8 +85,14 @@ std::FILE* AtomicOutputFile::open(const QMString& path, const char* mode) {
     // with several names would lose the others: those are written in place.
     if (exists && (!S_ISREG(existing.st_mode) || existing.st_nlink > 1)) {
         m_stream = std::fopen(destination.c_str(), mode);
-        if (!m_stream) m_error = errno;
-        m_inPlace = m_stream != nullptr;
+        if (!m_stream) {
+            m_error = errno;
+            return nullptr;
+        }
+        m_inPlace = true;
+        // A pipe or a socket cannot seek back (to a binary STL's count): the
+        // file is made in a scratch file and copied there when complete.
+        if (lseek(fileno(m_stream), 0, SEEK_CUR) < 0 && errno == ESPIPE) return stageForStream();
         return m_stream;
     }
 
@@ -129,6 +136,29 @@ std::FILE* AtomicOutputFile::open(const QMString& path, const char* mode) {
     return m_stream;
 }
 
+std::FILE* AtomicOutputFile::stageForStream() {
+    m_streamTarget = m_stream;
+    m_stream = std::tmpfile();
+    if (!m_stream) {
+        m_error = errno;
+        std::fclose(m_streamTarget);
+        m_streamTarget = nullptr;
+        m_inPlace = false;
+    }
+    return m_stream;
+}
+
+bool AtomicOutputFile::copyStagedToStream() {
+    static constexpr std::size_t kBlock = std::size_t(1) << 20;
+    std::unique_ptr<char[]> block(new char[kBlock]);
+    if (std::fseek(m_stream, 0, SEEK_SET) != 0) return false;
+    for (;;) {
+        const std::size_t got = std::fread(block.get(), 1, kBlock, m_stream);
+        if (got == 0) return !std::ferror(m_stream);
+        if (std::fwrite(block.get(), 1, got, m_streamTarget) != got) return false;
+    }
+}
+
 bool AtomicOutputFile::linkHiddenName() {
     const std::string procPath = "/proc/self/fd/" + std::to_string(fileno(m_stream));
     for (int attempt = 0; attempt < kNameAttempts; ++attempt) {
@@ -161,6 +191,17 @@ bool AtomicOutputFile::commit() {
     };
     errno = 0;
     bool complete = (std::fflush(m_stream) == 0 && !std::ferror(m_stream)) || failed();
+    if (m_streamTarget) {
+        errno = 0;
+        if (complete && !(copyStagedToStream() && std::fflush(m_streamTarget) == 0)) complete = failed();
+        std::fclose(m_stream);
+        m_stream = nullptr;
+        errno = 0;
+        if (std::fclose(m_streamTarget) != 0) complete = failed();
+        m_streamTarget = nullptr;
+        m_inPlace = false;
+        return complete;
+    }
     if (m_inPlace) {
         errno = 0;
         if (std::fclose(m_stream) != 0) complete = failed();
@@ -186,6 +227,8 @@ bool AtomicOutputFile::commit() {
 void AtomicOutputFile::discard() {
     if (m_stream) std::fclose(m_stream);
     m_stream = nullptr;
+    if (m_streamTarget) std::fclose(m_streamTarget);  // nothing reached it
+    m_streamTarget = nullptr;
     m_inPlace = false;
     removeHiddenName();
 }

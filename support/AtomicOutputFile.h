@@ -29,7 +29,10 @@
 // What cannot be replaced is written in place, as fopen would: a destination
 // that is not a regular file (a device such as /dev/null, a pipe, a socket)
 // and a regular file with more than one name (its other names keep seeing
-// it). Those get no protection from a failed export.
+// it). Those get no protection from a failed export. A destination that
+// cannot seek (a pipe, a socket, a terminal) gets the file through a scratch
+// file, copied there at the commit: a writer may seek back in its own file,
+// and nothing reaches the destination from an export that fails.
 class AtomicOutputFile {
 public:
     AtomicOutputFile() = default;
@@ -63,6 +66,10 @@ public:
     static bool s_useNamelessFiles;
 
 private:
+    // Makes the stream just opened in place the destination of a scratch
+    // file, which becomes m_stream.
+    std::FILE* stageForStream();
+    bool copyStagedToStream();
     // Gives the nameless file a hidden name next to the destination.
     bool linkHiddenName();
     void removeHiddenName();
@@ -71,5 +78,6 @@ private:
     std::string m_destination;  // where the finished file goes
     std::string m_hiddenName;   // the new file's own name, when it has one
     bool m_inPlace = false;     // writing straight to the destination
+    std::FILE* m_streamTarget = nullptr;  // a destination that cannot seek, written at the commit
     int m_error = 0;
 };
