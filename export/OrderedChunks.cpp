@@ -42,10 +42,18 @@ public:
         try {
             threads.reserve(m_workers);
             for (unsigned w = 0; w < m_workers; ++w) threads.emplace_back([&, w] { work(w, format); });
-        } catch (const std::system_error&) {
+        } catch (...) {
+            // The threads already started stop and are joined before anything
+            // leaves: without a thread the work runs on this one; any other
+            // failure (out of memory) goes to the caller.
+            const std::exception_ptr error = std::current_exception();
             fail(nullptr);
             for (std::thread& thread : threads) thread.join();
-            return false;
+            try {
+                std::rethrow_exception(error);
+            } catch (const std::system_error&) {
+                return false;
+            }
         }
         try {
             for (std::size_t chunk = 0; chunk < m_numChunks; ++chunk) {

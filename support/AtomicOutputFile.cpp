@@ -162,13 +162,15 @@ bool AtomicOutputFile::copyStagedToStream() {
 bool AtomicOutputFile::linkHiddenName() {
     const std::string procPath = "/proc/self/fd/" + std::to_string(fileno(m_stream));
     for (int attempt = 0; attempt < kNameAttempts; ++attempt) {
-        const std::string name = hiddenNameFor(m_destination);
+        std::string name = hiddenNameFor(m_destination);
         int linked = linkat(AT_FDCWD, procPath.c_str(), AT_FDCWD, name.c_str(), AT_SYMLINK_FOLLOW);
         // Without /proc, a process allowed to may name the descriptor itself.
         if (linked != 0 && errno == ENOENT)
             linked = linkat(fileno(m_stream), "", AT_FDCWD, name.c_str(), AT_EMPTY_PATH);
         if (linked == 0) {
-            m_hiddenName = name;
+            // Moved, not copied: an allocation failing now would leave the
+            // new name behind unknown.
+            m_hiddenName = std::move(name);
             return true;
         }
         if (errno != EEXIST) return false;
