@@ -25,6 +25,7 @@ install(FILES host/KelvraHelper.h host/KBitmap.h host/KHostTypes.h host/KDocWrap
   DESTINATION ${OMBREL_INCLUDE_ROOT}/host)
 install(FILES export/CurrentMeshExport.h DESTINATION ${OMBREL_INCLUDE_ROOT}/export)
 install(FILES engine/OmbrelExport.h DESTINATION ${OMBREL_INCLUDE_ROOT}/engine)
+install(FILES check/PrintCheck.h DESTINATION ${OMBREL_INCLUDE_ROOT}/check)
 
 install(EXPORT OmbrelTargets NAMESPACE Ombrel:: DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/Ombrel)
 configure_package_config_file(cmake/OmbrelConfig.cmake.in ${CMAKE_CURRENT_BINARY_DIR}/OmbrelConfig.cmake

@@ -40,6 +40,7 @@ struct ExportPlan {
     // reached in single precision from the scene's extent.
     bool acceptAnyPlacement = false;
     ProgressCallback progress;
+    bool check = false;  // make the print-readiness check
 };
 
 }  // namespace ombrel::engine

@@ -1,6 +1,9 @@
 #include "engine/ExportRun.h"
 
+#include "check/MeshCheck.h"
+#include "check/SceneCheck.h"
 #include "engine/ProgressReporter.h"
+#include "export/ArrayMeshSource.h"
 #include "engine/SceneMeasure.h"
 #include "engine/ScenePlacement.h"
 #include "export/QMSTLExport.h"
@@ -98,7 +101,7 @@ public:
     std::optional<ScenePlacement> measureAndPlace(UpAxis up) {
         std::vector<QMString> paths;
         for (const PlannedInput& input : m_plan.inputs) paths.push_back(input.readerPath);
-        m_scene = measureScene(paths, m_progress);
+        m_scene = measureScene(paths, m_progress, !m_plan.acceptAnyPlacement);
         const BBox upright = turnUpright(m_scene.bounds, up);
         const ScenePlacement placement = placeScene(upright, m_plan.height, up);
         ExportReport& report = m_result.report;
@@ -123,7 +126,9 @@ public:
         m_progress.startFile(i);
         m_damage.clear();
         reader.setDamageReport(&m_damage);
-        m_result.report.files.push_back(FileReport{m_plan.inputs[i].displayPath});
+        FileReport file;
+        file.path = m_plan.inputs[i].displayPath;
+        m_result.report.files.push_back(file);
         return m_result.report.files.back();
     }
 
@@ -151,6 +156,23 @@ public:
         m_result.warnings.push_back(Warning{kind, m_result.report.files.back().path, block, count});
     }
 
+    // Checks the mesh just read, placed as it is written, when the plan
+    // asks for the check.
+    void checkFile(const QMArray<QMVector3f>& points, const QMArray<int>& faces, const QMMatrix4f& matrix,
+                   UpAxis up) {
+        if (!m_plan.check || faces.empty()) return;
+        m_meshChecks.push_back(std::make_unique<check::MeshCheck>(ArrayMeshSource(points, faces), &matrix));
+        m_result.report.files.back().check = check::checkAlone(*m_meshChecks.back(), upIndex(up));
+    }
+
+    // The check of the whole scene, once every file is read.
+    void checkScene(UpAxis up) {
+        if (!m_plan.check) return;
+        check::SceneCheck scene(upIndex(up));
+        for (const auto& mesh : m_meshChecks) scene.add(*mesh);
+        m_result.report.check = scene.figures();
+    }
+
     // The output could not be opened.
     void outputNotWritable(int error) {
         m_result.status = Status{StatusKind::kOutputNotWritable, m_plan.outputDisplay, error, std::strerror(error)};
@@ -170,8 +192,11 @@ private:
     const ExportPlan& m_plan;
     ExportResult& m_result;
     ProgressReporter m_progress;
+    static int upIndex(UpAxis up) { return up == UpAxis::Z ? 2 : 1; }
+
     SceneMeasure m_scene;
     VekDamageReport m_damage;
+    std::vector<std::unique_ptr<check::MeshCheck>> m_meshChecks;  // figures, shells and open edges only
 };
 
 // Faces of `faces` with a corner that names no point of `numPoints` (for a
@@ -216,10 +241,12 @@ void runExport(const ExportPlan& plan, QMSTLExport& exporter, ExportResult& resu
         const std::uint64_t trianglesBefore = exporter.trianglesWritten();
         const std::uint64_t skippedBefore = exporter.facesSkipped();
         if (!faces.empty()) exporter.writeKMesh(points, faces);
+        session.checkFile(points, faces, placement->matrix, plan.up);
         file.trianglesWritten = exporter.trianglesWritten() - trianglesBefore;
         file.facesSkipped = exporter.facesSkipped() - skippedBefore;
         if (file.facesSkipped != 0) session.warn(WarningKind::kFacesSkipped, "Face4", file.facesSkipped);
     }
+    session.checkScene(plan.up);
     exporter.endExportKMeshes();
     guard.disarm();
     result.report.trianglesWritten = exporter.trianglesWritten();
@@ -256,13 +283,35 @@ void runExport(const ExportPlan& plan, QMVRMLExport& exporter, ExportResult& res
         QMDiskServer::removePathFromFilename(textureName);
         if (faces.empty()) continue;
         exporter.writeKMesh(points, faces, uvs, textureName, &colours);
+        session.checkFile(points, faces, placement->matrix, UpAxis::Y);
         if (const std::uint64_t bad = facesWithMissingPoints(faces, points.size()))
             session.warn(WarningKind::kFacesWithMissingPoints, "Face4", bad);
     }
+    session.checkScene(UpAxis::Y);
     exporter.endExportKMeshes();
     guard.disarm();
     result.report.shapesWritten = exporter.shapesWritten();
     session.finished(exporter.outputError(), exporter.bytesWritten(), exporter.outputInPlace());
+}
+
+void runCheck(const ExportPlan& plan, ExportResult& result) {
+    ExportSession session(plan, result);
+    const std::optional<ScenePlacement> placement =
+        session.measureAndPlace(plan.format == Format::Vrml ? UpAxis::Y : plan.up);
+    if (!placement) return;
+    const UpAxis up = plan.format == Format::Vrml ? UpAxis::Y : plan.up;
+    QMArray<QMVector3f> points;
+    QMArray<int> faces;
+    for (std::size_t i = 0; i < plan.inputs.size(); ++i) {
+        QMVekIO reader;
+        session.startFile(i, reader);
+        const bool readable = reader.readVertexAndFace4Blocs(plan.inputs[i].readerPath, points, faces);
+        turnUpright(points, up);
+        session.fileRead(i, readable, points, faces);
+        session.checkFile(points, faces, placement->matrix, up);
+        session.progress()->facesWritten(faces.size() / 4);
+    }
+    session.checkScene(up);
 }
 
 }  // namespace ombrel::engine

@@ -16,4 +16,7 @@ namespace ombrel::engine {
 void runExport(const ExportPlan& plan, QMSTLExport& exporter, ExportResult& result);
 void runExport(const ExportPlan& plan, QMVRMLExport& exporter, ExportResult& result);
 
+// Everything runExport does but writing: the report with its check.
+void runCheck(const ExportPlan& plan, ExportResult& result);
+
 }  // namespace ombrel::engine

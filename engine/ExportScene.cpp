@@ -19,9 +19,9 @@ namespace {
 
 Status invalidOptions(std::string reason) { return Status{StatusKind::kInvalidOptions, {}, 0, std::move(reason)}; }
 
-Status checkOptions(const ExportOptions& options) {
+Status checkOptions(const ExportOptions& options, bool writes) {
     if (options.inputs.empty()) return invalidOptions("no input file given");
-    if (options.output.empty()) return invalidOptions("no output file given");
+    if (writes && options.output.empty()) return invalidOptions("no output file given");
     // Placement computes in single precision: larger heights would overflow.
     if (options.height && !(std::isfinite(*options.height) && *options.height > 0.0 &&
                             *options.height <= std::numeric_limits<float>::max()))
@@ -47,6 +47,7 @@ engine::ExportPlan planFor(const ExportOptions& options) {
     plan.up = options.up;
     plan.height = options.height;
     plan.progress = options.progress;
+    plan.check = options.check;
     return plan;
 }
 
@@ -59,9 +60,11 @@ void setStatus(ExportResult& result, StatusKind kind, const std::string& path, i
     }
 }
 
-void run(const ExportOptions& options, ExportResult& result) {
+void run(const ExportOptions& options, bool writes, ExportResult& result) {
     const engine::ExportPlan plan = planFor(options);
-    if (options.format == Format::Vrml) {
+    if (!writes) {
+        engine::runCheck(plan, result);
+    } else if (options.format == Format::Vrml) {
         QMVRMLExport exporter;
         engine::runExport(plan, exporter, result);
     } else {
@@ -70,14 +73,13 @@ void run(const ExportOptions& options, ExportResult& result) {
     }
 }
 
-}  // namespace
-
-ExportResult exportScene(const ExportOptions& options) noexcept {
+// Runs an export, or only its check, and turns what ends it into a status.
+ExportResult runGuarded(const ExportOptions& options, bool writes) noexcept {
     ExportResult result;
     try {
-        result.status = checkOptions(options);
+        result.status = checkOptions(options, writes);
         if (!result.status.ok()) return result;
-        run(options, result);
+        run(options, writes, result);
     } catch (const engine::ExportCancelled&) {
         setStatus(result, StatusKind::kCancelled, options.output, 0, "cancelled");
     } catch (const std::bad_alloc&) {
@@ -91,5 +93,11 @@ ExportResult exportScene(const ExportOptions& options) noexcept {
     }
     return result;
 }
+
+}  // namespace
+
+ExportResult exportScene(const ExportOptions& options) noexcept { return runGuarded(options, true); }
+
+ExportResult checkScene(const ExportOptions& options) noexcept { return runGuarded(options, false); }
 
 }  // namespace ombrel

@@ -21,6 +21,7 @@
 // included: it ends the export as a cancel does, and is reported as
 // kCancelled).
 
+#include "check/PrintCheck.h"
 #include "support/OmbrelApi.h"
 
 #include <cstddef>
@@ -28,6 +29,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace ombrel {
@@ -45,6 +47,10 @@ enum class UpAxis {
 };
 
 struct InputFile {
+    InputFile() = default;
+    InputFile(std::string path, std::optional<std::string> textureName = std::nullopt)
+        : path(std::move(path)), textureName(std::move(textureName)) {}
+
     std::string path;  // an ordinary path, relative to the working directory or absolute
     // (VRML) Unlike the host's script calls, a file without texture
     // coordinates never takes over those of the file before it.
@@ -84,6 +90,7 @@ struct ExportOptions {
     bool vertexColors = false;  // VRML: write the files' MRGB colours per vertex
     UpAxis up = UpAxis::Y;      // ignored for VRML
     ProgressCallback progress;  // may be empty
+    bool check = true;          // make the print-readiness check of the report
 };
 
 enum class StatusKind {
@@ -140,6 +147,7 @@ struct FileReport {
     std::uint64_t facesSkipped = 0;      // STL: faces left out for naming a missing point
     bool hasColours = false;  // an MRGB block with at least one colour
     bool hasUVs = false;      // a UV4 block with at least one entry
+    PrintCheck check;         // the file on its own (its floating shells: against the scene's plate)
 };
 
 struct Box {
@@ -160,6 +168,9 @@ struct ExportReport {
     // False when the output could not be replaced as a whole (a device, a
     // pipe, a file with several names): it was written in place.
     bool replacedAtomically = true;
+    // The whole scene as one mesh (files that share an edge are connected).
+    // Made for every export unless ExportOptions::check is off.
+    PrintCheck check;
 };
 
 struct ExportResult {
@@ -175,5 +186,10 @@ struct ExportResult {
 // temporary name and put in place only when complete, so a failed or
 // cancelled export leaves the previous file as it was.
 OMBREL_API ExportResult exportScene(const ExportOptions& options) noexcept;
+
+// Everything exportScene does but writing: the inputs are checked, read and
+// placed as the options say, and the result holds the report with its
+// print-readiness check (the output option is ignored, bytesWritten is 0).
+OMBREL_API ExportResult checkScene(const ExportOptions& options) noexcept;
 
 }  // namespace ombrel

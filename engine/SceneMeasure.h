@@ -10,8 +10,11 @@
 namespace ombrel::engine {
 
 // The union box of the points of every file (the first Points block of each,
-// as the host's export measures it), as the files hold them.
-BBox sceneBounds(const std::vector<QMString>& readerPaths, ProgressReporter* progress = nullptr);
+// as the host's export measures it), as the files hold them. With
+// `finiteOnly`, points with an infinite or NaN coordinate are left out (the
+// host's export takes them in, whatever that makes of the box).
+BBox sceneBounds(const std::vector<QMString>& readerPaths, ProgressReporter* progress = nullptr,
+                 bool finiteOnly = false);
 
 // The first pass of an export: the scene's box and what each file holds,
 // from its block headers.
@@ -21,6 +24,6 @@ struct SceneMeasure {
     std::uint64_t facesTotal = 0;
 };
 
-SceneMeasure measureScene(const std::vector<QMString>& readerPaths, ProgressReporter& progress);
+SceneMeasure measureScene(const std::vector<QMString>& readerPaths, ProgressReporter& progress, bool finiteOnly);
 
 }  // namespace ombrel::engine
