@@ -1,8 +1,18 @@
 #include "support/QMExceptionService.h"
 
 #include <cstring>
+#include <mutex>
 
-QMExceptionCatcher* QMExceptionService::s_exceptionCatcher = nullptr;
+thread_local QMExceptionCatcher* QMExceptionService::s_exceptionCatcher = nullptr;
+
+namespace {
+
+// The threads whose stack of catchers is not empty, and the lock that keeps
+// installing and restoring the handler in step with that count.
+std::mutex s_installation;
+int s_threadsGuarding = 0;
+
+}  // namespace
 struct sigaction QMExceptionService::s_oldExceptionHandler[QMExceptionService::kSignalCount];
 struct sigaction* QMExceptionService::s_exceptionHandler = nullptr;
 
@@ -53,11 +63,21 @@ void QMExceptionService::destroy() {
 
 void QMExceptionService::startExceptionCatcher(QMExceptionCatcher& catcher) {
     catcher.m_next = s_exceptionCatcher;
+    if (!catcher.m_next) stackStarted();  // nested: the handler is already in place
     s_exceptionCatcher = &catcher;
-    if (catcher.m_next) return;  // nested: the handler is already in place
+}
 
+void QMExceptionService::stackStarted() {
+    std::lock_guard<std::mutex> lock(s_installation);
+    if (s_threadsGuarding++ != 0) return;
     init();
     for (int i = 0; i < kSignalCount; ++i) sigaction(kHandledSignals[i], s_exceptionHandler, &s_oldExceptionHandler[i]);
+}
+
+void QMExceptionService::stackEmptied() {
+    std::lock_guard<std::mutex> lock(s_installation);
+    if (--s_threadsGuarding != 0) return;
+    for (int i = 0; i < kSignalCount; ++i) sigaction(kHandledSignals[i], &s_oldExceptionHandler[i], nullptr);
 }
 
 void QMExceptionService::stopExceptionCatcher() {
@@ -65,9 +85,7 @@ void QMExceptionService::stopExceptionCatcher() {
     if (!top) return;
     s_exceptionCatcher = top->m_next;
     top->m_next = nullptr;
-    if (s_exceptionCatcher) return;
-
-    for (int i = 0; i < kSignalCount; ++i) sigaction(kHandledSignals[i], &s_oldExceptionHandler[i], nullptr);
+    if (!s_exceptionCatcher) stackEmptied();
 }
 
 int QMExceptionService::faultKind(int signal, const siginfo_t* info) {

@@ -17,8 +17,11 @@
 // on to whatever handler was installed before, exactly as without this
 // service.
 //
-// Single-threaded: catchers are started and stopped by the thread that runs
-// the script calls, and the faults caught are that thread's own.
+// Catchers belong to the thread that starts them: each thread has its own
+// stack of catchers, and a fault is handed to the top catcher of the thread
+// that faulted. A fault on a thread with no catcher of its own goes on to the
+// previous handler, exactly as a fault outside any catcher does, whatever
+// other threads are guarding.
 
 // A fault kind; 0 means none. Kinds 3 to 7 are the memory-access faults.
 class OMBREL_API QMException {
@@ -84,10 +87,11 @@ private:
 
 // The process-wide fault handler and the stack of active catchers.
 //
-// The handler is a sigaction handler for SIGSEGV and SIGBUS. It is installed
-// when the stack goes from empty to one catcher, and the dispositions it
-// replaced are put back when the stack becomes empty again; nested catchers
-// share one installation.
+// The handler is a sigaction handler for SIGSEGV and SIGBUS, installed for
+// the whole process when the first thread's stack goes from empty to one
+// catcher; the dispositions it replaced are put back when the last thread's
+// stack becomes empty again. Nested catchers, and the catchers of all
+// threads, share one installation.
 class OMBREL_API QMExceptionService {
 public:
     // The signals the handler is installed for, in the order of
@@ -124,8 +128,8 @@ public:
     // processor fault), other signals and a null `info` give 0.
     static int faultKind(int signal, const siginfo_t* info);
 
-    // Top of the stack of active catchers, null when none.
-    static QMExceptionCatcher* s_exceptionCatcher;
+    // Top of this thread's stack of active catchers, null when none.
+    static thread_local QMExceptionCatcher* s_exceptionCatcher;
     // The dispositions in place before the first catcher started, one per
     // entry of kHandledSignals. Meaningful only while the stack is not empty.
     static struct sigaction s_oldExceptionHandler[kSignalCount];
@@ -134,6 +138,10 @@ public:
 
 private:
     static void passOn(int signal, siginfo_t* info, void* context);
+    // A thread's stack became non-empty, or empty: the first installs the
+    // handler, the last puts the previous dispositions back.
+    static void stackStarted();
+    static void stackEmptied();
 };
 
 // Runs `reads` under a catcher. Returns false when a memory-access fault
