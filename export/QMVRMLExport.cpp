@@ -253,8 +253,15 @@ void QMVRMLExport::writeAppearance(const QMString& textureName) {
         "  appearance Appearance { \n"
         "    texture ImageTexture { \n"
         "      url \"");
-    // Straight from its text: no length limit, no escaping.
-    m_out.append(textureName.c_str());
+    // Inside a VRML string a double quote and a backslash are escaped with a
+    // backslash, so that no name can end the string early; any length.
+    const char* name = textureName.c_str();
+    for (const char* special; (special = std::strpbrk(name, "\"\\")) != nullptr; name = special + 1) {
+        m_out.append(name, static_cast<std::size_t>(special - name));
+        const char escaped[2] = {'\\', *special};
+        m_out.append(escaped, 2);
+    }
+    m_out.append(name);
     m_out.append(
         "\" \n"
         "      repeatS TRUE \n"

@@ -311,6 +311,23 @@ TEST_F(VRMLExportTest, TextureNameWritesAppearanceBlock) {
                                                        "} \n");
 }
 
+TEST_F(VRMLExportTest, QuotesAndBackslashesInATextureNameAreEscaped) {
+    EXPECT_EQ(exportMesh({.texture = "a\"b\\c.png"}), kFileStart + shape("", appearanceOf("a\\\"b\\\\c.png")));
+}
+
+TEST_F(VRMLExportTest, ATextureNameCannotEndItsStringAndAddNodes) {
+    const std::string hostile = "x.png\" } } Script { url \"javascript:alert(1)";
+    const std::string text = exportMesh({.texture = hostile});
+    EXPECT_EQ(text, kFileStart + shape("", appearanceOf("x.png\\\" } } Script { url \\\"javascript:alert(1)")));
+    // Every quote in the url line but its two own is escaped.
+    const std::size_t line = text.find("      url ");
+    const std::string url = text.substr(line, text.find('\n', line) - line);
+    std::size_t unescaped = 0;
+    for (std::size_t k = 0; k < url.size(); ++k)
+        if (url[k] == '"' && url[k - 1] != '\\') ++unescaped;
+    EXPECT_EQ(unescaped, 2u);
+}
+
 TEST_F(VRMLExportTest, EmptyTextureNameLeavesOutAppearanceAndItsBlankLine) {
     EXPECT_EQ(
         exportMesh({.faces = {0, 1, 2, -1}, .texture = ""}),

@@ -47,7 +47,10 @@ void VrmlWriter::mesh(const std::vector<Vec3>& points, const std::vector<std::in
 
 void VrmlWriter::appearance(const std::string& texture) {
     std::fputs("\n  appearance Appearance { \n    texture ImageTexture { \n      url \"", m_file);
-    std::fputs(texture.c_str(), m_file);  // as it is: no escaping, any length
+    for (char c : texture) {  // any length; quotes and backslashes escaped as VRML strings need
+        if (c == '"' || c == '\\') std::fputc('\\', m_file);
+        std::fputc(c, m_file);
+    }
     std::fputs("\" \n      repeatS TRUE \n      repeatT TRUE \n    } \n  } \n", m_file);
 }
 
