@@ -23,18 +23,49 @@ std::string fileNameOf(const std::string& path) {
     return slash == std::string::npos ? path : path.substr(slash + 1);
 }
 
+// Whether the kernel would refuse to follow the symbolic link `link` (whose
+// lstat is `info`) for a plain fopen: a link in a sticky, world-writable
+// directory (such as /tmp), owned neither by the caller nor by the
+// directory's owner, may have been planted there by another user.
+bool isPlantedLink(const std::string& link, const struct stat& info) {
+    struct stat directory;
+    if (stat(directoryOf(link).c_str(), &directory) != 0) return false;
+    const bool shared = (directory.st_mode & S_ISVTX) != 0 && (directory.st_mode & S_IWOTH) != 0;
+    return shared && info.st_uid != geteuid() && info.st_uid != directory.st_uid;
+}
+
 // The file a destination names: the target of a symbolic link (so that the
-// link itself survives), otherwise the path itself.
-std::string resolvedDestination(const char* path) {
-    struct stat link;
-    if (lstat(path, &link) == 0 && S_ISLNK(link.st_mode)) {
-        if (char* target = realpath(path, nullptr)) {
-            std::string resolved(target);
-            std::free(target);
-            return resolved;
+// link itself survives), as fopen would follow it, also when it points at a
+// file that does not exist yet; otherwise the path itself. False (errno
+// EACCES) for a link the kernel would not follow.
+bool resolveDestination(const char* path, std::string& resolved) {
+    resolved = path;
+    for (int links = 0; links < 40; ++links) {
+        struct stat info;
+        if (lstat(resolved.c_str(), &info) != 0 || !S_ISLNK(info.st_mode)) return true;
+        if (isPlantedLink(resolved, info)) {
+            errno = EACCES;
+            return false;
         }
+        struct stat target;
+        if (stat(resolved.c_str(), &target) == 0) {
+            // It leads somewhere: to that file, or, for the kernel's own links
+            // to open files (/dev/stdout, a pipe), to the link itself.
+            if (char* real = realpath(resolved.c_str(), nullptr)) {
+                resolved = real;
+                std::free(real);
+            }
+            return true;
+        }
+        // A link to a file that does not exist yet: one step along it.
+        std::string next(std::size_t(info.st_size > 0 ? info.st_size : 4096) + 1, '\0');
+        const ssize_t length = readlink(resolved.c_str(), next.data(), next.size());
+        if (length <= 0 || std::size_t(length) >= next.size()) return true;
+        next.resize(std::size_t(length));
+        resolved = next[0] == '/' ? next : directoryOf(resolved) + "/" + next;
     }
-    return path;
+    errno = ELOOP;
+    return false;
 }
 
 // A hidden name beside the destination, different at every call.
@@ -67,7 +98,11 @@ std::FILE* AtomicOutputFile::open(const QMString& path, const char* mode) {
         m_error = ENOENT;
         return nullptr;
     }
-    const std::string destination = resolvedDestination(validPath);
+    std::string destination;
+    if (!resolveDestination(validPath, destination)) {
+        m_error = errno;
+        return nullptr;
+    }
 
     // Refuse what fopen(path, "w") would refuse, before anything is written.
     struct stat existing;
@@ -83,18 +118,7 @@ std::FILE* AtomicOutputFile::open(const QMString& path, const char* mode) {
 
     // A device, a pipe or a socket cannot be replaced by a file, and a file
     // with several names would lose the others: those are written in place.
-    if (exists && (!S_ISREG(existing.st_mode) || existing.st_nlink > 1)) {
-        m_stream = std::fopen(destination.c_str(), mode);
-        if (!m_stream) {
-            m_error = errno;
-            return nullptr;
-        }
-        m_inPlace = true;
-        // A pipe or a socket cannot seek back (to a binary STL's count): the
-        // file is made in a scratch file and copied there when complete.
-        if (lseek(fileno(m_stream), 0, SEEK_CUR) < 0 && errno == ESPIPE) return stageForStream();
-        return m_stream;
-    }
+    if (exists && (!S_ISREG(existing.st_mode) || existing.st_nlink > 1)) return openInPlace(destination, mode);
 
     // A nameless file (O_TMPFILE) vanishes with the process if the export
     // never completes; file systems without them get a hidden named file.
@@ -113,7 +137,12 @@ std::FILE* AtomicOutputFile::open(const QMString& path, const char* mode) {
         }
     }
     if (fd < 0) {
-        m_error = errno;
+        // A directory that takes no new file may still hold a file that can
+        // be written: written in place, as fopen would, without the
+        // guarantee of a whole replacement.
+        const int error = errno;
+        if (exists && (error == EACCES || error == EPERM)) return openInPlace(destination, mode);
+        m_error = error;
         return nullptr;
     }
     if (exists) {
@@ -133,6 +162,24 @@ std::FILE* AtomicOutputFile::open(const QMString& path, const char* mode) {
     }
     m_destination = destination;
     m_hiddenName = hiddenName;
+    return m_stream;
+}
+
+std::FILE* AtomicOutputFile::openInPlace(const std::string& destination, const char* mode) {
+    // Without blocking: a pipe with no reader fails at once (ENXIO) instead
+    // of waiting for one. A file with several names is truncated as fopen
+    // would.
+    const int fd = ::open(destination.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_NONBLOCK | O_CLOEXEC, 0666);
+    const int flags = fd < 0 ? -1 : fcntl(fd, F_GETFL);
+    if (fd < 0 || flags < 0 || fcntl(fd, F_SETFL, flags & ~O_NONBLOCK) != 0 || !(m_stream = fdopen(fd, mode))) {
+        m_error = errno;
+        if (fd >= 0) ::close(fd);
+        return nullptr;
+    }
+    m_inPlace = true;
+    // A pipe or a socket cannot seek back (to a binary STL's count): the
+    // file is made in a scratch file and copied there when complete.
+    if (lseek(fileno(m_stream), 0, SEEK_CUR) < 0 && errno == ESPIPE) return stageForStream();
     return m_stream;
 }
 

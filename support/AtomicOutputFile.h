@@ -19,12 +19,20 @@
 // systems without nameless files (a hidden ".NAME.XXXXXX" file may remain
 // there).
 //
-// Opening fails, as fopen with "w" would, when the directory is missing or
-// not writable, or the destination is a directory or a file that cannot be
-// written. The new file gets the permissions of the file it replaces, or
+// Opening fails, as fopen with "w" would, when the directory is missing, or
+// does not take a new file and the destination does not exist yet, or the
+// destination is a directory or a file that cannot be written. A file that
+// can be written in a directory that takes no new file is written in place
+// (inPlace()). The new file gets the permissions of the file it replaces, or
 // those a new file would get (0666 less the umask), and the replaced file's
 // owner where the process may give it. A destination that is a symbolic link
-// is replaced at the file it points to, so the link survives.
+// is written at the file it points to, so the link survives; a link to a
+// file that does not exist yet makes that file, as fopen would. A link the
+// kernel would refuse to follow (in a sticky, world-writable directory such
+// as /tmp, owned neither by the caller nor by the directory's owner: one
+// another user may have planted) is not followed: nothing is written
+// (EACCES). A pipe without a reader fails at once (ENXIO) instead of
+// blocking.
 //
 // What cannot be replaced is written in place, as fopen would: a destination
 // that is not a regular file (a device such as /dev/null, a pipe, a socket)
@@ -66,6 +74,8 @@ public:
     static bool s_useNamelessFiles;
 
 private:
+    // Opens the destination itself for writing.
+    std::FILE* openInPlace(const std::string& destination, const char* mode);
     // Makes the stream just opened in place the destination of a scratch
     // file, which becomes m_stream.
     std::FILE* stageForStream();

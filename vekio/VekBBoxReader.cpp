@@ -1,6 +1,7 @@
 #include "vekio/QMVekIO.h"
 
 #include "support/QMDiskServer.h"
+#include "vekio/VekFileOpen.h"
 
 #include <vector>
 
@@ -21,7 +22,7 @@ struct OpenFile {
 
 bool QMVekIO::readBBox(const QMString& name, BBox& box) {
     box.clear();
-    OpenFile input{QMDiskServer::fileOpen(name, "rb")};
+    OpenFile input{openVekFileForReading(name)};
     if (input.file == QMDiskServer::s_invalidFile) return false;
     if (!readFileHeader(input.file)) return false;
 

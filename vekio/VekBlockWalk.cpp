@@ -2,13 +2,14 @@
 
 #include "support/QMDiskServer.h"
 #include "vekio/VekDamage.h"
+#include "vekio/VekFileOpen.h"
 
 #include <limits>
 #include <new>
 #include <sys/stat.h>
 #include <sys/types.h>
 
-VekBlockWalk::VekBlockWalk(QMVekIO& io, const QMString& name) : m_io(io), m_file(QMDiskServer::fileOpen(name, "rb")) {
+VekBlockWalk::VekBlockWalk(QMVekIO& io, const QMString& name) : m_io(io), m_file(openVekFileForReading(name)) {
     struct stat info;
     if (opened() && fstat(fileno(m_file), &info) == 0 && info.st_size > 0)
         m_fileSize = static_cast<std::uint64_t>(info.st_size);

@@ -289,10 +289,8 @@ TEST_P(OutputStatusTest, ADirectoryIsNotWritable) {
     EXPECT_TRUE(std::filesystem::is_directory(output));
 }
 
-TEST_P(OutputStatusTest, AReadOnlyDirectoryIsNotWritableAndKeepsThePreviousFile) {
+TEST_P(OutputStatusTest, AReadOnlyDirectoryIsNotWritableForANewFile) {
     const std::string output = out.file(outputName());
-    writeFileBytes(output, previousOutputBytes());
-    chmod(output.c_str(), 0666);
     chmod(out.path().c_str(), 0555);
     const ChildExport child = exportInChild(dropRootPrivileges, sampleExport(output));
     ASSERT_TRUE(child.ran);
@@ -300,8 +298,35 @@ TEST_P(OutputStatusTest, AReadOnlyDirectoryIsNotWritableAndKeepsThePreviousFile)
     EXPECT_EQ(child.status.path, output);
     EXPECT_EQ(child.status.systemError, EACCES);
     EXPECT_EQ(child.status.reason, "Permission denied");
-    EXPECT_EQ(readFileBytes(output), previousOutputBytes());
+    EXPECT_EQ(directoryEntries(out.path()), Names{});
+}
+
+TEST_P(OutputStatusTest, AWritableFileInAReadOnlyDirectoryIsWrittenInPlace) {
+    // As fopen would: only the directory refuses a new file.
+    const std::string output = out.file(outputName());
+    writeFileBytes(output, previousOutputBytes());
+    chmod(output.c_str(), 0666);
+    chmod(out.path().c_str(), 0555);
+    const ChildExport child = exportInChild(dropRootPrivileges, sampleExport(output));
+    ASSERT_TRUE(child.ran);
+    EXPECT_TRUE(child.status.ok()) << child.status.describe();
+    EXPECT_NE(readFileBytes(output), previousOutputBytes());
     EXPECT_EQ(directoryEntries(out.path()), Names{outputName()});
+    chmod(out.path().c_str(), 0755);
+    ASSERT_TRUE(ombrel::exportScene(sampleExport(out.file("again"))).ok());
+    EXPECT_EQ(readFileBytes(output), readFileBytes(out.file("again")));
+}
+
+TEST_P(OutputStatusTest, AnOutputWrittenInPlaceIsReportedSo) {
+    // A file with a second name cannot be replaced without losing it.
+    const std::string output = out.file(outputName());
+    writeFileBytes(output, previousOutputBytes());
+    ASSERT_EQ(link(output.c_str(), out.file("second name").c_str()), 0);
+    const ExportResult result = ombrel::exportScene(sampleExport(output));
+    ASSERT_TRUE(result.ok());
+    EXPECT_FALSE(result.report.replacedAtomically);
+    EXPECT_EQ(readFileBytes(out.file("second name")), readFileBytes(output));
+    EXPECT_TRUE(ombrel::exportScene(sampleExport(out.file("plain"))).report.replacedAtomically);
 }
 
 TEST_P(OutputStatusTest, AFileSizeLimitFailsTheWriteAndKeepsThePreviousFile) {

@@ -343,9 +343,9 @@ TEST_F(VRMLExportTest, NullTextureNameLeavesOutAppearance) {
     EXPECT_EQ(readFileText(path), kFileStart + shape(""));
 }
 
-TEST_F(VRMLExportTest, TextureNameIsWrittenAsIsWithSpacesAndQuotes) {
+TEST_F(VRMLExportTest, TextureNameKeepsItsSpacesAndEscapesItsQuotes) {
     const std::string name = "my \"best\" skin\\1.png";
-    EXPECT_EQ(exportMesh({.texture = name}), kFileStart + shape("", appearanceOf(name)));
+    EXPECT_EQ(exportMesh({.texture = name}), kFileStart + shape("", appearanceOf("my \\\"best\\\" skin\\\\1.png")));
 }
 
 TEST_F(VRMLExportTest, LongTextureNameIsWrittenWhole) {

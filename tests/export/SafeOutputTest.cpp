@@ -148,20 +148,22 @@ TEST_P(SafeOutputTest, AMissingDirectoryGetsNoFile) {
     EXPECT_EQ(entries(dir.path()), Names{});
 }
 
-TEST_P(SafeOutputTest, AReadOnlyDirectoryKeepsThePreviousFile) {
+TEST_P(SafeOutputTest, AWritableFileInAReadOnlyDirectoryIsWrittenInPlace) {
     const std::string folder = dir.file("readonly");
     std::filesystem::create_directory(folder);
     writeFileText(folder + "/out", "previous");
     chmod(dir.path().c_str(), 0755);
     chmod((folder + "/out").c_str(), 0666);
     chmod(folder.c_str(), 0555);
+    Grid grid(2);
+    ASSERT_TRUE(exportGrid(dir.file("expected"), grid));
     const int result = runInChildProcess([&] {
         if (!dropRootPrivileges()) return 2;
         Grid grid(2);
-        return exportGrid(folder + "/out", grid) ? 1 : 0;
+        return exportGrid(folder + "/out", grid) ? 0 : 1;
     });
     EXPECT_EQ(result, 0);
-    EXPECT_EQ(readFileText(folder + "/out"), "previous");
+    EXPECT_EQ(readFileBytes(folder + "/out"), readFileBytes(dir.file("expected")));
     EXPECT_EQ(entries(folder), Names{"out"});
 }
 

@@ -149,21 +149,40 @@ TEST_P(AtomicOutputFileTest, NullOrEmptyPathOrModeCannotBeOpened) {
     EXPECT_EQ(entries(), Names{});
 }
 
-TEST_P(AtomicOutputFileTest, AReadOnlyDirectoryCannotBeOpened) {
+TEST_P(AtomicOutputFileTest, AWritableFileInAReadOnlyDirectoryIsWrittenInPlace) {
+    // fopen would write it: the directory only refuses the new file.
     const std::string folder = dir.file("readonly");
     std::filesystem::create_directory(folder);
-    writeFileText(folder + "/out.stl", "previous");
+    writeFileText(folder + "/out.stl", "previous content");
     chmod(dir.path().c_str(), 0755);
     chmod((folder + "/out.stl").c_str(), 0666);
     chmod(folder.c_str(), 0555);
     const int result = runInChildProcess([&] {
         if (!dropRootPrivileges()) return 2;
         AtomicOutputFile file;
-        return file.open(QMString((folder + "/out.stl").c_str()), "wb") == nullptr ? 0 : 1;
+        std::FILE* stream = file.open(QMString((folder + "/out.stl").c_str()), "wb");
+        if (!stream || !file.inPlace()) return 3;
+        std::fputs("new", stream);
+        return file.commit() ? 0 : 4;
     });
     EXPECT_EQ(result, 0);
-    EXPECT_EQ(readFileText(folder + "/out.stl"), "previous");
+    EXPECT_EQ(readFileText(folder + "/out.stl"), "new");
     EXPECT_EQ(entries(folder), Names{"out.stl"});
+}
+
+TEST_P(AtomicOutputFileTest, AReadOnlyDirectoryTakesNoNewFile) {
+    const std::string folder = dir.file("readonly");
+    std::filesystem::create_directory(folder);
+    chmod(dir.path().c_str(), 0755);
+    chmod(folder.c_str(), 0555);
+    const int result = runInChildProcess([&] {
+        if (!dropRootPrivileges()) return 2;
+        AtomicOutputFile file;
+        if (file.open(QMString((folder + "/out.stl").c_str()), "wb") != nullptr) return 1;
+        return file.error() == EACCES ? 0 : 3;
+    });
+    EXPECT_EQ(result, 0);
+    EXPECT_EQ(entries(folder), Names{});
 }
 
 TEST_P(AtomicOutputFileTest, AReadOnlyExistingFileIsNotReplaced) {
