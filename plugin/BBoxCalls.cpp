@@ -6,13 +6,13 @@
 #include "plugin/ombrel.h"
 
 double InitBBox3D(OMBREL_SCRIPT_ARGUMENTS) {
-    return runScriptCall(-1.0, [&] { return clearBBoxRecord(number, memBlock1); });
+    return runScriptCall(-1.0, [&] { return clearBBoxRecord(number, memBlock1, size1); });
 }
 
 double AddBBox3D(OMBREL_SCRIPT_ARGUMENTS) {
-    return runScriptCall(-1.0, [&] { return addBBoxRecords(memBlock1); });
+    return runScriptCall(-1.0, [&] { return addBBoxRecords(memBlock1, size1); });
 }
 
 double GetBBoxFromVekFile(OMBREL_SCRIPT_ARGUMENTS) {
-    return runScriptCall(-1.0, [&] { return readBBoxRecordFromVekFile(text, number, memBlock1); });
+    return runScriptCall(-1.0, [&] { return readBBoxRecordFromVekFile(text, number, memBlock1, size1); });
 }

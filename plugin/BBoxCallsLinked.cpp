@@ -7,15 +7,15 @@
 
 double InitBBox3D(const char* text, double number, char* memBlock1, int size1, char* memBlock2, int size2,
                   char** hostData) {
-    return runScriptCall(-1.0, [&] { return clearBBoxRecord(number, memBlock1); });
+    return runScriptCall(-1.0, [&] { return clearBBoxRecord(number, memBlock1, size1); });
 }
 
 double AddBBox3D(const char* text, double number, char* memBlock1, int size1, char* memBlock2, int size2,
                  char** hostData) {
-    return runScriptCall(-1.0, [&] { return addBBoxRecords(memBlock1); });
+    return runScriptCall(-1.0, [&] { return addBBoxRecords(memBlock1, size1); });
 }
 
 double GetBBoxFromVekFile(const char* text, double number, char* memBlock1, int size1, char* memBlock2, int size2,
                           char** hostData) {
-    return runScriptCall(-1.0, [&] { return readBBoxRecordFromVekFile(text, number, memBlock1); });
+    return runScriptCall(-1.0, [&] { return readBBoxRecordFromVekFile(text, number, memBlock1, size1); });
 }

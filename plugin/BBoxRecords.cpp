@@ -33,10 +33,13 @@ std::optional<std::uint64_t> wholeNumber(double biased) {
 }
 
 // The record that starts `offset` bytes into the block. Null when the block is
-// null or the record would run past the end of the address space; how far the
-// block itself extends is the script's business.
-char* recordAt(char* block, std::uint64_t offset) {
+// null, when the host gave the block's size (above 0) and the record does not
+// lie wholly inside it, or when the record would run past the end of the
+// address space; without a size, how far the block extends is the script's
+// business.
+char* recordAt(char* block, int size, std::uint64_t offset) {
     if (!block) return nullptr;
+    if (size > 0 && (offset > std::uint64_t(size) || std::uint64_t(size) - offset < kRecordSize)) return nullptr;
     const std::uintptr_t base = reinterpret_cast<std::uintptr_t>(block);
     if (base > UINTPTR_MAX - kRecordSize || offset > UINTPTR_MAX - kRecordSize - base) return nullptr;
     return block + static_cast<std::size_t>(offset);
@@ -52,12 +55,12 @@ void storeRecord(char* record, const BBox& box) { std::memcpy(record, &box, kRec
 
 }  // namespace
 
-double clearBBoxRecord(double number, char* memBlock1) {
+double clearBBoxRecord(double number, char* memBlock1, int size1) {
     if (!memBlock1) return -1.0;
     // The bias is the single-precision 0.1 widened to double.
     const std::optional<std::uint64_t> index = wholeNumber(number + static_cast<double>(0.1f));
     if (!index) return -1.0;
-    char* record = recordAt(memBlock1, *index * kRecordSize);
+    char* record = recordAt(memBlock1, size1, *index * kRecordSize);
     if (!record) return -1.0;
 
     // Only minimum x and maximum x are written; the next add overwrites the rest.
@@ -68,8 +71,8 @@ double clearBBoxRecord(double number, char* memBlock1) {
     return 0.0;
 }
 
-double addBBoxRecords(char* memBlock1) {
-    if (!memBlock1) return -1.0;
+double addBBoxRecords(char* memBlock1, int size1) {
+    if (!recordAt(memBlock1, size1, 0) || !recordAt(memBlock1, size1, kRecordSize)) return -1.0;
     // An empty record 0 takes all six floats of record 1 as they are, empty or
     // not; otherwise record 1's two corners are added as points.
     BBox box = loadRecord(memBlock1);
@@ -78,13 +81,13 @@ double addBBoxRecords(char* memBlock1) {
     return 0.0;
 }
 
-double readBBoxRecordFromVekFile(const char* path, double number, char* memBlock1) {
+double readBBoxRecordFromVekFile(const char* path, double number, char* memBlock1, int size1) {
     // A null block names no record, whatever the offset: there is nothing to
     // write to, and the file is left alone.
     if (!memBlock1) return -1.0;
     const std::optional<std::uint64_t> offset = wholeNumber(number + 0.1);
     if (!offset) return -1.0;
-    char* record = recordAt(memBlock1, *offset);
+    char* record = recordAt(memBlock1, size1, *offset);
     if (!record) return -1.0;
 
     // The reader works on a copy of the record, which goes back into the block

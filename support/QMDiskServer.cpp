@@ -1,5 +1,7 @@
 #include "support/QMDiskServer.h"
 
+#include "support/AtomicOutputFile.h"
+
 #include <cerrno>
 #include <cstdlib>
 #include <spawn.h>
@@ -58,8 +60,20 @@ bool QMDiskServer::renameFile(const QMString& from, const QMString& to) {
 bool QMDiskServer::copyFile(const QMString& from, const QMString& to) {
     FILE* source = fileOpen(from, "rb");
     if (source == s_invalidFile) return false;
-    FILE* target = fileOpen(to, "wb");
-    if (target == s_invalidFile) {
+    // A file copied onto itself (under any of its names) is left as it is:
+    // writing it would empty it first.
+    struct stat sourceInfo, targetInfo;
+    const char* targetPath = to.getValidFilePath();
+    if (targetPath && fstat(fileno(source), &sourceInfo) == 0 && stat(targetPath, &targetInfo) == 0 &&
+        sourceInfo.st_dev == targetInfo.st_dev && sourceInfo.st_ino == targetInfo.st_ino) {
+        std::fclose(source);
+        return true;
+    }
+    // The copy takes the target's name only when complete: a failed copy
+    // leaves a previous target as it was, and no new one.
+    AtomicOutputFile target;
+    FILE* output = target.open(to, "wb");
+    if (!output) {
         std::fclose(source);
         return false;
     }
@@ -70,14 +84,15 @@ bool QMDiskServer::copyFile(const QMString& from, const QMString& to) {
         // A read error ends the copy like the end of the file.
         const size_t got = std::fread(buffer, 1, s_copyBufferSize, source);
         if (got == 0) break;
-        if (std::fwrite(buffer, 1, got, target) != got) copied = false;
+        if (std::fwrite(buffer, 1, got, output) != got) copied = false;
     }
     std::free(buffer);
     std::fclose(source);
-    std::fclose(target);
-    // A short write (or no buffer) leaves no partial target behind.
-    if (!copied) deleteFile(to);
-    return copied;
+    if (!copied) {
+        target.discard();
+        return false;
+    }
+    return target.commit();
 }
 
 QMString QMDiskServer::getCurrentPath() {

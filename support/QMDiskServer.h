@@ -23,8 +23,11 @@ public:
     static bool deleteFile(const QMString& path);
     // The target is used as given, not through getValidFilePath.
     static bool renameFile(const QMString& from, const QMString& to);
-    // Copies through a 1 MiB buffer. A short write removes the target and
-    // fails; a read error ends the copy as if at end of file.
+    // Copies through a 1 MiB buffer. The target takes its name only when the
+    // copy is complete: a short write (a full disk) or a failed close fails
+    // and leaves a previous target as it was (or none); a read error ends
+    // the copy as if at end of file. A file copied onto itself, under any of
+    // its names, is left untouched (true).
     static bool copyFile(const QMString& from, const QMString& to);
     // The working directory; the empty (null) string when it cannot be read.
     static QMString getCurrentPath();

@@ -91,6 +91,15 @@ TEST_F(UtilityCallsTest, DoCopyToCopiesTheSourceAndLogsIt) {
     EXPECT_EQ(logLines, copyDoneLines(source, target));
 }
 
+TEST_F(UtilityCallsTest, DoCopyToOntoItsOwnSourceLeavesItWhole) {
+    const std::string source = dir.file("source.txt");
+    writeFileBytes(source, Bytes{'k', 'e', 'e', 'p'});
+    EXPECT_EQ(host.call("SetCopySrc", source), 0.0);
+    EXPECT_EQ(host.call("DoCopyTo", source), 0.0);
+    EXPECT_EQ(readFileBytes(source), (Bytes{'k', 'e', 'e', 'p'}));
+    EXPECT_EQ(logLines, copyDoneLines(source, source));
+}
+
 TEST_F(UtilityCallsTest, DoCopyToCopiesAnEmptyFile) {
     const std::string source = dir.file("empty");
     const std::string target = dir.file("empty-copy");

@@ -1,5 +1,6 @@
 #include "support/QMDiskServer.h"
 
+#include "tests/common/ChildProcess.h"
 #include "tests/common/TestFiles.h"
 
 #include <gtest/gtest.h>
@@ -249,17 +250,54 @@ TEST(QMDiskServerTest, CopyWithNullPathsFails) {
     EXPECT_FALSE(pathExists(dir.file("copy")));
 }
 
-TEST(QMDiskServerTest, CopyWithShortWriteFailsAndRemovesTarget) {
+TEST(QMDiskServerTest, CopyWithShortWriteFailsAndLeavesTheTargetAsItWas) {
     // The target is a link to the always-full device: writes come up short,
-    // and the failed copy removes the link (never the device itself).
+    // the copy fails, and the link (and the device) stay as they were.
     if (!pathExists("/dev/full")) GTEST_SKIP() << "no /dev/full on this system";
     TempDir dir;
     writeFileBytes(dir.file("src"), patternBytes(256 * 1024));
     ASSERT_EQ(symlink("/dev/full", dir.file("full").c_str()), 0);
     EXPECT_FALSE(QMDiskServer::copyFile(pathOf(dir.file("src")), pathOf(dir.file("full"))));
     struct stat info;
-    EXPECT_NE(lstat(dir.file("full").c_str(), &info), 0);
+    EXPECT_EQ(lstat(dir.file("full").c_str(), &info), 0);
+    EXPECT_TRUE(S_ISLNK(info.st_mode));
     EXPECT_TRUE(pathExists("/dev/full"));
+}
+
+TEST(QMDiskServerTest, ACopyThatFailsOnAFullDiskKeepsThePreviousTarget) {
+    TempDir dir;
+    writeFileBytes(dir.file("src"), patternBytes(256 * 1024));
+    writeFileText(dir.file("dst"), "previous target");
+    const int result = runInChildProcess([&] {
+        if (!limitFileSize(64 * 1024)) return 2;
+        return QMDiskServer::copyFile(pathOf(dir.file("src")), pathOf(dir.file("dst"))) ? 1 : 0;
+    });
+    EXPECT_EQ(result, 0);
+    EXPECT_EQ(readFileText(dir.file("dst")), "previous target");
+    EXPECT_EQ(directoryEntries(dir.path()), (std::vector<std::string>{"dst", "src"}));
+}
+
+TEST(QMDiskServerTest, ACopyThatFailsOnAFullDiskLeavesNoNewTarget) {
+    TempDir dir;
+    writeFileBytes(dir.file("src"), patternBytes(256 * 1024));
+    const int result = runInChildProcess([&] {
+        if (!limitFileSize(64 * 1024)) return 2;
+        return QMDiskServer::copyFile(pathOf(dir.file("src")), pathOf(dir.file("dst"))) ? 1 : 0;
+    });
+    EXPECT_EQ(result, 0);
+    EXPECT_EQ(directoryEntries(dir.path()), std::vector<std::string>{"src"});
+}
+
+TEST(QMDiskServerTest, AFileCopiedOntoItselfIsLeftUntouched) {
+    TempDir dir;
+    const std::vector<unsigned char> content = patternBytes(3000);
+    writeFileBytes(dir.file("src"), content);
+    ASSERT_EQ(link(dir.file("src").c_str(), dir.file("second name").c_str()), 0);
+    ASSERT_EQ(symlink("src", dir.file("link").c_str()), 0);
+    for (const char* name : {"src", "second name", "link"}) {
+        EXPECT_TRUE(QMDiskServer::copyFile(pathOf(dir.file("src")), pathOf(dir.file(name)))) << name;
+        EXPECT_EQ(readFileBytes(dir.file("src")), content) << name;
+    }
 }
 
 TEST(QMDiskServerTest, CopyEndsAtReadErrorLikeEndOfFile) {
