@@ -15,7 +15,11 @@
 //    InitBBox3D minimum x := 0 and maximum x := -1; AddBBox3D record 0 := its
 //    union with record 1 (BBox::add); GetBBoxFromVekFile what readBBox leaves
 //    in a box loaded from the record.
-// Records up to 64 KiB into the block lie in a heap block that ends with the
+// A call may be given the block's size (the host's size1): then the block
+// ends right at an inaccessible page, so any access past it ends the run,
+// and a record that does not lie wholly inside the block must leave the
+// call at -1 with nothing written. Without a size:
+// records up to 64 KiB into the block lie in a heap block that ends with the
 // record (AddressSanitizer sees any write past it; bytes before the record
 // are compared); farther ones, up to the largest offset a number can name
 // (24 x INT_MAX), lie in a reserved address range whose pages are all
@@ -58,6 +62,7 @@ struct Call {
     std::size_t misalignment = 0;
     double number = 0.0;
     FileChoice file = FileChoice::Fuzzed;
+    int size = 0;  // the block's size given to the call; 0 or below: none
     unsigned char records[2 * kRecord] = {};  // what the block holds where the call looks
 };
 
@@ -87,6 +92,7 @@ Call consumeCall(FuzzedDataProvider& input) {
     call.misalignment = input.ConsumeIntegralInRange<std::size_t>(0, kMaxMisalignment);
     call.number = consumeNumber(input);
     call.file = static_cast<FileChoice>(input.ConsumeIntegralInRange(0, 7) % 3);
+    if (input.ConsumeBool()) call.size = input.ConsumeIntegralInRange(-2, 8192);
     for (std::size_t i = 0; i < sizeof call.records; i += 4) {
         const std::uint32_t word = input.ConsumeIntegral<std::uint32_t>();
         std::memcpy(call.records + i, &word, 4);
@@ -200,6 +206,39 @@ private:
     std::size_t m_extent;
 };
 
+// A block of exactly `size` bytes that ends where an inaccessible page
+// begins: an access past its end faults.
+class GuardedMemory final : public CallMemory {
+public:
+    GuardedMemory(std::size_t size, std::uint64_t offset) : m_size(size), m_offset(offset) {
+        static const std::size_t page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+        m_mapped = (size + page - 1) / page * page + page;
+        m_pages = static_cast<unsigned char*>(
+            mmap(nullptr, m_mapped, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
+        FUZZ_CHECK(m_pages != MAP_FAILED, "cannot map a guarded block");
+        FUZZ_CHECK(mprotect(m_pages + m_mapped - page, page, PROT_NONE) == 0, "mprotect failed");
+        m_block = m_pages + m_mapped - page - size;
+        std::memset(m_block, kUntouched, size);
+    }
+    ~GuardedMemory() override { munmap(m_pages, m_mapped); }
+    char* block() override { return reinterpret_cast<char*>(m_block); }
+    unsigned char* record() override { return m_block + m_offset; }
+    // Every byte of the block outside [offset, offset + extent).
+    bool untouchedOutside(std::size_t extent) const {
+        for (std::size_t i = 0; i < m_size; ++i)
+            if ((i < m_offset || i >= m_offset + extent) && m_block[i] != kUntouched) return false;
+        return true;
+    }
+    bool restUntouched() const override { return untouchedOutside(0); }
+
+private:
+    std::size_t m_size;
+    std::uint64_t m_offset;
+    std::size_t m_mapped = 0;
+    unsigned char* m_pages = nullptr;
+    unsigned char* m_block = nullptr;
+};
+
 std::unique_ptr<CallMemory> memoryFor(const Call& call, std::uint64_t offset) {
     if (offset + extent(call) <= kHeapReach)
         return std::make_unique<HeapMemory>(call.misalignment, offset, extent(call));
@@ -215,14 +254,15 @@ BBox loadBox(const unsigned char* bytes) {
 double invoke(const Call& call, char* block, const char* path) {
     switch (call.kind) {
         case Kind::Init:
-            return call.form->initBBox3D(nullptr, call.number, block, 0, nullptr, 0, nullptr);
+            return call.form->initBBox3D(nullptr, call.number, block, call.size, nullptr, 0, nullptr);
         case Kind::Add:
-            return call.form->addBBox3D(nullptr, call.number, block, 0, nullptr, 0, nullptr);
+            return call.form->addBBox3D(nullptr, call.number, block, call.size, nullptr, 0, nullptr);
         case Kind::Get:
-            return call.form->getBBoxFromVekFile(path, call.number, block, 0, nullptr, 0, nullptr);
+            return call.form->getBBoxFromVekFile(path, call.number, block, call.size, nullptr, 0, nullptr);
     }
     return 0.0;
 }
+
 
 // The record after the call, and the call's result, as documented.
 double expectedEffect(const Call& call, const char* path, unsigned char* records) {
@@ -256,7 +296,28 @@ std::string describe(const Call& call) {
     char number[64];
     std::snprintf(number, sizeof number, "%.17g", call.number);
     return std::string(kNames[static_cast<int>(call.kind)]) + " (" + call.form->name + ") with number " + number +
-           ", block misaligned by " + std::to_string(call.misalignment);
+           ", block misaligned by " + std::to_string(call.misalignment) + ", size " + std::to_string(call.size);
+}
+
+// A call given the block's size: its record is used only when it lies
+// wholly inside the block; the block ends at a guard page.
+void runSized(const Call& call, const char* path, const std::optional<std::uint64_t>& offset) {
+    const std::size_t size = std::size_t(call.size);
+    const bool inside = offset && *offset <= size && size - *offset >= extent(call);
+    GuardedMemory memory(size, inside ? *offset : 0);
+    if (!inside) {
+        FUZZ_CHECK(invoke(call, memory.block(), path) == -1.0, describe(call) + " outside its block does not fail");
+        FUZZ_CHECK(memory.restUntouched(), describe(call) + " wrote into the block although it failed");
+        return;
+    }
+    std::memcpy(memory.record(), call.records, extent(call));
+    unsigned char expected[2 * kRecord];
+    std::memcpy(expected, call.records, sizeof expected);
+    const double expectedResult = expectedEffect(call, path, expected);
+    FUZZ_CHECK(invoke(call, memory.block(), path) == expectedResult, describe(call) + " returned another result");
+    FUZZ_CHECK(std::memcmp(memory.record(), expected, extent(call)) == 0,
+               describe(call) + " left another record than documented");
+    FUZZ_CHECK(memory.untouchedOutside(extent(call)), describe(call) + " wrote outside its record");
 }
 
 void run(const Call& call, const std::string& vekPath) {
@@ -265,6 +326,7 @@ void run(const Call& call, const std::string& vekPath) {
                        : call.file == FileChoice::Missing ? missing.c_str()
                                                           : nullptr;
     const std::optional<std::uint64_t> offset = recordOffset(call);
+    if (!call.nullBlock && call.size > 0) return runSized(call, path, offset);
     if (call.nullBlock || !offset) {
         // Nothing may be written: the block, when there is one, is a small one
         // that the call must leave alone.
