@@ -1,5 +1,6 @@
 # Installs the library, its C header, the C++ headers of its public classes,
-# the command-line tool, a pkg-config file and a CMake package.
+# the command-line tool and its manual page, a pkg-config file and a CMake
+# package.
 include(CMakePackageConfigHelpers)
 
 set(OMBREL_INCLUDE_ROOT ${CMAKE_INSTALL_INCLUDEDIR}/ombrel)
@@ -9,6 +10,7 @@ install(TARGETS ombrel EXPORT OmbrelTargets
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
   RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 install(TARGETS ombrel_cli RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+install(FILES tools/ombrel/ombrel.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 
 # C programs include <ombrel.h>; C++ programs include the public classes by
 # their folder, <geometry/BBox.h>, from the same include directory.

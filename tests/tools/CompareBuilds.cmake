@@ -1,4 +1,6 @@
 # Runs the same exports with two builds' tools and requires identical bytes.
+# STL jobs name their up axis: y, the host's orientation, or z (the tool's
+# default, as the demo writes it).
 file(REMOVE_RECURSE ${SCRATCH})
 file(GLOB samples ${SAMPLES}/*.vek)
 
@@ -6,9 +8,9 @@ function(run_exports tool out)
   file(MAKE_DIRECTORY ${out})
   set(jobs
     "demo|-o|${out}/demo"
-    "export|-o|${out}/own-size.stl|--ascii"
-    "export|-o|${out}/tall.stl|--height|7.3"
-    "export|-o|${out}/tall-ascii.stl|--ascii|--height|7.3"
+    "export|-o|${out}/own-size.stl|--ascii|--up|y"
+    "export|-o|${out}/tall.stl|--up|y|--height|7.3"
+    "export|-o|${out}/tall-ascii.stl|--ascii|--up|y|--height|7.3"
     "export|-o|${out}/upright.stl|--ascii|--up|z|--height|7.3"
     "export|-o|${out}/colours.wrl|--colors|--height|7.3"
     "export|-o|${out}/plain.wrl")

@@ -5,8 +5,22 @@
 
 #include <cstdio>
 #include <cstring>
+#include <optional>
 
 namespace {
+
+const char kBBoxHelp[] =
+    "Usage: ombrel bbox FILE.vek...\n"
+    "\n"
+    "Prints each Vek file's bounding box as the file stores it (in the sculpting\n"
+    "host's units and orientation, Y up), and for several files their union,\n"
+    "through the library's bounding-box calls.\n"
+    "\n"
+    "Options:\n"
+    "  -h, --help  show this help and exit\n"
+    "\n"
+    "Exit status: 0 on success, 1 when a file is missing, not a Vek file or has\n"
+    "no Points block at its start, 2 on a usage error.\n";
 
 // The script's memory block: record 0 gathers the union, record 1 receives
 // one file's box at a time (24 bytes a record: minimum x, y, z, maximum x, y, z).
@@ -30,15 +44,15 @@ double callWithBlock(OmbrelScriptFunction function, const char* text, double num
 }  // namespace
 
 int runBBoxCommand(const std::vector<std::string>& arguments) {
-    if (arguments.empty()) {
-        std::fprintf(stderr, "ombrel: bbox needs at least one Vek file\n");
-        return 2;
-    }
+    CommandLine line("bbox", kBBoxHelp);
+    std::vector<std::string> files;
+    if (const std::optional<int> status = line.parse(arguments, files)) return *status;
+    if (files.empty()) return line.usageError("bbox needs at least one Vek file");
     BoxRecords block;
     std::memset(&block, 0, sizeof block);
     callWithBlock(InitBBox3D, nullptr, 0, block);
     int status = 0;
-    for (const std::string& path : arguments) {
+    for (const std::string& path : files) {
         const std::string problem = checkVekInput(path);
         if (!problem.empty()) {
             std::fprintf(stderr, "ombrel: %s\n", problem.c_str());
@@ -55,6 +69,6 @@ int runBBoxCommand(const std::vector<std::string>& arguments) {
         printRecord(path.c_str(), block, 1);
         if (block.values[9] >= block.values[6]) callWithBlock(AddBBox3D, nullptr, 0, block);
     }
-    if (arguments.size() > 1) printRecord("union", block, 0);
+    if (files.size() > 1) printRecord("union", block, 0);
     return status;
 }

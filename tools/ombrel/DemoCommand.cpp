@@ -6,11 +6,31 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <optional>
 #include <system_error>
 
 namespace fs = std::filesystem;
 
 namespace {
+
+const char kDemoHelp[] =
+    "Usage: ombrel demo [OPTIONS]\n"
+    "\n"
+    "Exports the built-in sample scene (a small sculpt of three sub-meshes) the\n"
+    "way a print needs it: as binary STL and ASCII STL, Z up for slicers, and\n"
+    "as VRML 2.0 with vertex colours. The files are sample-binary.stl,\n"
+    "sample-ascii.stl and sample-colours.wrl.\n"
+    "\n"
+    "Options:\n"
+    "  -o, --output=DIR   the directory to write into (default ./ombrel-demo;\n"
+    "                     made when missing)\n"
+    "      --height=MM    the scene's height in millimetres (default 100)\n"
+    "  -q, --quiet        print no summaries; errors still go to stderr\n"
+    "  -v, --verbose      print each export's full summary\n"
+    "  -h, --help         show this help and exit\n"
+    "\n"
+    "Exit status: 0 on success, 1 when a file cannot be written, 2 on a usage\n"
+    "error.\n";
 
 // Writes the built-in sample scene into a fresh temporary directory, as the
 // host would save the sub-meshes of a sculpt before an export.
@@ -28,7 +48,8 @@ bool writeSampleScene(const fs::path& directory) {
 // (absolute). The exports run inside the scene's directory so that the
 // summaries name the sub-meshes as the sample names them, without the
 // temporary directory.
-int exportSampleScene(const fs::path& sceneDirectory, const fs::path& outputDirectory, double height) {
+int exportSampleScene(const fs::path& sceneDirectory, const fs::path& outputDirectory, double height,
+                      const ExportSettings& settings) {
     std::error_code error;
     const fs::path previous = fs::current_path(error);
     fs::current_path(sceneDirectory, error);
@@ -39,6 +60,7 @@ int exportSampleScene(const fs::path& sceneDirectory, const fs::path& outputDire
     ombrel::ExportOptions options;
     for (unsigned i = 0; i < kSampleScene_count; ++i) options.inputs.push_back({kSampleScene[i].name, {}});
     options.height = height;
+    options.up = ombrel::UpAxis::Z;  // as the export command writes STL by default
     const std::pair<ombrel::Format, const char*> outputs[] = {{ombrel::Format::BinaryStl, "sample-binary.stl"},
                                                               {ombrel::Format::AsciiStl, "sample-ascii.stl"},
                                                               {ombrel::Format::Vrml, "sample-colours.wrl"}};
@@ -47,9 +69,9 @@ int exportSampleScene(const fs::path& sceneDirectory, const fs::path& outputDire
         options.format = format;
         options.output = (outputDirectory / name).string();
         options.vertexColors = format == ombrel::Format::Vrml;
-        status = runExport(options);
+        status = runExport(options, settings);
         if (status != 0) break;
-        std::printf("\n");
+        if (settings.verbosity != Verbosity::Quiet) std::printf("\n");
     }
     fs::current_path(previous, error);
     return status;
@@ -60,23 +82,24 @@ int exportSampleScene(const fs::path& sceneDirectory, const fs::path& outputDire
 int runDemoCommand(const std::vector<std::string>& arguments) {
     fs::path outputDirectory = "ombrel-demo";
     double height = 100.0;
-    for (std::size_t i = 0; i < arguments.size(); ++i) {
-        const std::string& argument = arguments[i];
-        const bool hasValue = i + 1 < arguments.size();
-        if ((argument == "-o" || argument == "--output") && hasValue) {
-            outputDirectory = arguments[++i];
-        } else if (argument == "--height" && hasValue) {
-            if (!parseNumberOption(argument, arguments[++i], height)) return 2;
-        } else {
-            std::fprintf(stderr, "ombrel: demo: unexpected argument '%s' (try ombrel --help)\n", argument.c_str());
-            return 2;
-        }
-    }
+    ExportSettings settings;
+    CommandLine line("demo", kDemoHelp);
+    line.value('o', "output", [&](const std::string& value) {
+        outputDirectory = value;
+        return true;
+    });
+    line.value('\0', "height", [&](const std::string& value) { return parseHeightOption("--height", value, height); });
+    line.flag('q', "quiet", [&] { settings.verbosity = Verbosity::Quiet; });
+    line.flag('v', "verbose", [&] { settings.verbosity = Verbosity::Verbose; });
+    std::vector<std::string> operands;
+    if (const std::optional<int> status = line.parse(arguments, operands)) return *status;
+    if (!operands.empty()) return line.usageError("demo takes no files, not '" + operands.front() + "'");
 
     std::error_code error;
     fs::create_directories(outputDirectory, error);
     if (!fs::is_directory(outputDirectory)) {
-        std::fprintf(stderr, "ombrel: cannot create directory %s\n", outputDirectory.c_str());
+        const std::string reason = error ? error.message() : "a file of that name is in the way";
+        std::fprintf(stderr, "ombrel: %s: cannot create the directory: %s\n", outputDirectory.c_str(), reason.c_str());
         return 1;
     }
     char pattern[] = "/tmp/ombrel-demo-XXXXXX";
@@ -87,8 +110,9 @@ int runDemoCommand(const std::vector<std::string>& arguments) {
     const fs::path sceneDirectory = pattern;
     int status = 1;
     if (writeSampleScene(sceneDirectory)) {
-        std::printf("Sample scene: %u sub-meshes, exported to height %g\n\n", kSampleScene_count, height);
-        status = exportSampleScene(sceneDirectory, fs::absolute(outputDirectory, error), height);
+        if (settings.verbosity != Verbosity::Quiet)
+            std::printf("Sample scene: %u sub-meshes, exported to height %g mm\n\n", kSampleScene_count, height);
+        status = exportSampleScene(sceneDirectory, fs::absolute(outputDirectory, error), height, settings);
     } else {
         std::fprintf(stderr, "ombrel: cannot write the sample scene to %s\n", sceneDirectory.c_str());
     }

@@ -1,112 +1,191 @@
 #include "tools/ombrel/AbsolutePath.h"
 #include "tools/ombrel/Commands.h"
 #include "tools/ombrel/ExportRunner.h"
+#include "tools/ombrel/StandardOutput.h"
 
-#include <cstdio>
-#include <cstdlib>
+#include <algorithm>
+#include <cctype>
 #include <filesystem>
+#include <optional>
+#include <unistd.h>
 #include <utility>
-
-bool parseNumberOption(const std::string& option, const std::string& value, double& number) {
-    char* end = nullptr;
-    number = std::strtod(value.c_str(), &end);
-    // Any number is taken as written; the engine says which values it refuses.
-    if (value.empty() || *end != '\0') {
-        std::fprintf(stderr, "ombrel: %s needs a number, not '%s'\n", option.c_str(), value.c_str());
-        return false;
-    }
-    return true;
-}
 
 namespace {
 
+const char kExportHelp[] =
+    "Usage: ombrel export [OPTIONS] -o OUTPUT FILE.vek...\n"
+    "\n"
+    "Writes the Vek files of a sculpt as one file for a slicer or a viewer: STL\n"
+    "(binary unless --ascii) or VRML 2.0. The scene is moved so that its lowest\n"
+    "corner is at the origin and, with --height, scaled to that height. Damaged\n"
+    "input is exported as it reads, with a warning on stderr for each damage.\n"
+    "\n"
+    "Output:\n"
+    "  -o, --output=FILE   the file to write; '-' writes it to standard output\n"
+    "                      (and the summary to stderr)\n"
+    "      --stl           write STL, whatever the output's name\n"
+    "      --vrml          write VRML 2.0, whatever the output's name\n"
+    "                      Without either, the name's extension decides: .stl\n"
+    "                      is STL, .wrl and .vrml are VRML (any letter case);\n"
+    "                      standard output gets STL.\n"
+    "      --binary        binary STL (the default)\n"
+    "      --ascii         ASCII STL\n"
+    "\n"
+    "Placement:\n"
+    "      --height=MM     scale the scene so that it is MM millimetres tall\n"
+    "                      (default: its own size, one unit a millimetre)\n"
+    "      --up=z|y        STL's up axis: z (the default) stands the figure\n"
+    "                      upright on a slicer's build plate; y keeps the\n"
+    "                      sculpting host's orientation, as its own export\n"
+    "                      writes it. VRML is always Y up.\n"
+    "\n"
+    "VRML:\n"
+    "      --colors        write the files' vertex colours (also --colours)\n"
+    "      --texture=FILE.vek=NAME\n"
+    "                      the texture name of one file (default: the Vek\n"
+    "                      file's own name); may be repeated\n"
+    "\n"
+    "Checking and messages:\n"
+    "      --strict        treat damaged input as an error: when reading any\n"
+    "                      file gives a warning, write nothing and exit with 1\n"
+    "  -q, --quiet         print no summary; warnings and errors still go to\n"
+    "                      stderr\n"
+    "  -v, --verbose       add the placement, the print check's figures and a\n"
+    "                      line per file to the summary\n"
+    "  -h, --help          show this help and exit\n"
+    "\n"
+    "The summary gives the output, its size in millimetres, its triangles and\n"
+    "bytes, and whether the mesh is watertight enough to print. Binary STL is\n"
+    "not written to a terminal: redirect standard output or use --ascii.\n"
+    "\n"
+    "Exit status: 0 on success; 1 when an input is missing or not a Vek file,\n"
+    "the output is one of the inputs, cannot be written or a write fails, or\n"
+    "--strict found damaged input; 2 on a usage error or an invalid value.\n"
+    "\n"
+    "Examples:\n"
+    "  ombrel export -o figure.stl --height 100 head.vek torso.vek base.vek\n"
+    "  ombrel export --ascii -o - head.vek | less\n";
+
 using TextureNames = std::vector<std::pair<std::string, std::string>>;  // Vek file as given, texture name
 
-// The format an output name implies: VRML for .wrl and .vrml, else STL.
-bool namesVrml(const std::string& output) {
-    const std::string extension = std::filesystem::path(output).extension().string();
-    return extension == ".wrl" || extension == ".WRL" || extension == ".vrml" || extension == ".VRML";
+enum class NamedFormat { Stl, Vrml, Unknown };
+
+// The format an output's name implies, by its extension in any letter case.
+NamedFormat formatOfName(const std::string& output) {
+    std::string extension = std::filesystem::path(output).extension().string();
+    std::transform(extension.begin(), extension.end(), extension.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    if (extension == ".stl") return NamedFormat::Stl;
+    if (extension == ".wrl" || extension == ".vrml") return NamedFormat::Vrml;
+    return NamedFormat::Unknown;
 }
 
 // Gives each input the texture named for it, however either path was
 // written ("a.vek", "./a.vek", its absolute path); the last one named wins.
-void assignTextureNames(std::vector<ombrel::InputFile>& inputs, const TextureNames& textures) {
+// Returns the named files that are not among the inputs.
+std::vector<std::string> assignTextureNames(std::vector<ombrel::InputFile>& inputs, const TextureNames& textures) {
+    std::vector<bool> used(textures.size(), false);
     for (ombrel::InputFile& input : inputs) {
         const std::string absolute = absolutePath(input.path);
-        for (const auto& [file, texture] : textures)
-            if (file == input.path || absolutePath(file) == absolute) input.textureName = texture;
+        for (std::size_t i = 0; i < textures.size(); ++i) {
+            if (textures[i].first == input.path || absolutePath(textures[i].first) == absolute) {
+                input.textureName = textures[i].second;
+                used[i] = true;
+            }
+        }
     }
-}
-
-int usageError(const char* format, const std::string& argument) {
-    std::fprintf(stderr, format, argument.c_str());
-    std::fputc('\n', stderr);
-    return 2;
+    std::vector<std::string> unused;
+    for (std::size_t i = 0; i < textures.size(); ++i)
+        if (!used[i]) unused.push_back(textures[i].first);
+    return unused;
 }
 
 }  // namespace
 
 int runExportCommand(const std::vector<std::string>& arguments) {
     ombrel::ExportOptions options;
+    options.up = ombrel::UpAxis::Z;  // slicers build along Z
+    ExportSettings settings;
     TextureNames textures;
+    std::string output;
     bool ascii = false;
-    bool forcedStl = false;
-    bool forcedVrml = false;
-    for (std::size_t i = 0; i < arguments.size(); ++i) {
-        const std::string& argument = arguments[i];
-        const bool hasValue = i + 1 < arguments.size();
-        const bool takesValue = argument == "-o" || argument == "--output" || argument == "--height" ||
-                                argument == "--texture" || argument == "--up";
-        if (takesValue && !hasValue) return usageError("ombrel: %s needs a value", argument);
-        if (argument == "-o" || argument == "--output") {
-            options.output = arguments[++i];
-        } else if (argument == "--ascii") {
-            ascii = true;
-        } else if (argument == "--binary") {
-            ascii = false;
-        } else if (argument == "--stl") {
-            forcedStl = true;
-            forcedVrml = false;
-        } else if (argument == "--vrml") {
-            forcedVrml = true;
-            forcedStl = false;
-        } else if (argument == "--colors" || argument == "--colours") {
-            options.vertexColors = true;
-        } else if (argument == "--height") {
-            double height = 0.0;
-            if (!parseNumberOption(argument, arguments[++i], height)) return 2;
-            options.height = height;
-        } else if (argument == "--up") {
-            const std::string& axis = arguments[++i];
-            if (axis == "y" || axis == "Y")
-                options.up = ombrel::UpAxis::Y;
-            else if (axis == "z" || axis == "Z")
-                options.up = ombrel::UpAxis::Z;
-            else
-                return usageError("ombrel: --up needs y or z, not '%s'", axis);
-        } else if (argument == "--texture") {
-            const std::string& value = arguments[++i];
-            const std::size_t equals = value.find('=');
-            if (equals == std::string::npos || equals == 0)
-                return usageError("ombrel: --texture needs FILE.vek=NAME, not '%s'", value);
-            textures.emplace_back(value.substr(0, equals), value.substr(equals + 1));
-        } else if (argument == "--") {
-            for (std::size_t k = i + 1; k < arguments.size(); ++k) options.inputs.push_back({arguments[k], {}});
-            break;
-        } else if (argument.size() > 1 && argument[0] == '-') {
-            return usageError("ombrel: unknown option '%s' (try ombrel --help)", argument);
+    std::optional<ombrel::Format> forced;  // --stl (as BinaryStl) or --vrml
+    bool upGiven = false;
+
+    CommandLine line("export", kExportHelp);
+    line.value('o', "output", [&](const std::string& value) {
+        output = value;
+        return true;
+    });
+    line.flag('\0', "stl", [&] { forced = ombrel::Format::BinaryStl; });
+    line.flag('\0', "vrml", [&] { forced = ombrel::Format::Vrml; });
+    line.flag('\0', "ascii", [&] { ascii = true; });
+    line.flag('\0', "binary", [&] { ascii = false; });
+    line.value('\0', "height", [&](const std::string& value) {
+        double height = 0.0;
+        if (!parseHeightOption("--height", value, height)) return false;
+        options.height = height;
+        return true;
+    });
+    line.value('\0', "up", [&](const std::string& value) {
+        upGiven = true;
+        if (value == "y" || value == "Y") {
+            options.up = ombrel::UpAxis::Y;
+        } else if (value == "z" || value == "Z") {
+            options.up = ombrel::UpAxis::Z;
         } else {
-            options.inputs.push_back({argument, {}});
+            printError("--up needs y or z, not '" + value + "'");
+            return false;
         }
+        return true;
+    });
+    line.flag('\0', "colors", [&] { options.vertexColors = true; });
+    line.flag('\0', "colours", [&] { options.vertexColors = true; });
+    line.value('\0', "texture", [&](const std::string& value) {
+        const std::size_t equals = value.find('=');
+        if (equals == std::string::npos || equals == 0) {
+            printError("--texture needs FILE.vek=NAME, not '" + value + "'");
+            return false;
+        }
+        textures.emplace_back(value.substr(0, equals), value.substr(equals + 1));
+        return true;
+    });
+    line.flag('\0', "strict", [&] { settings.strict = true; });
+    line.flag('q', "quiet", [&] { settings.verbosity = Verbosity::Quiet; });
+    line.flag('v', "verbose", [&] { settings.verbosity = Verbosity::Verbose; });
+
+    std::vector<std::string> files;
+    if (const std::optional<int> status = line.parse(arguments, files)) return *status;
+    if (output.empty()) return line.usageError("export needs an output: -o FILE (or -o - for standard output)");
+    if (files.empty()) return line.usageError("export needs at least one Vek file");
+
+    settings.toStandardOutput = namesStandardOutput(output);
+    bool vrml = false;
+    if (forced) {
+        vrml = *forced == ombrel::Format::Vrml;
+    } else if (!settings.toStandardOutput) {
+        const NamedFormat named = formatOfName(output);
+        if (named == NamedFormat::Unknown)
+            return line.usageError("cannot tell the format of '" + output +
+                                   "': name it .stl, .wrl or .vrml, or give --stl or --vrml");
+        vrml = named == NamedFormat::Vrml;
     }
-    if (options.output.empty()) {
-        std::fprintf(stderr, "ombrel: export needs -o OUTPUT\n");
-        return 2;
+    options.format = vrml ? ombrel::Format::Vrml : ascii ? ombrel::Format::AsciiStl : ombrel::Format::BinaryStl;
+    if (settings.toStandardOutput && options.format == ombrel::Format::BinaryStl && isatty(STDOUT_FILENO) == 1)
+        return line.usageError("binary STL is not written to a terminal: redirect standard output, or give --ascii");
+
+    for (const std::string& file : files) options.inputs.push_back({file, {}});
+    options.output = output;
+    for (const std::string& file : assignTextureNames(options.inputs, textures))
+        printWarning("--texture names " + file + ", which is not an input; ignored");
+
+    // Options of the other format change nothing; say so rather than ignore them.
+    if (vrml) {
+        if (ascii) printWarning("--ascii applies to STL only; VRML is always text");
+        if (upGiven && options.up == ombrel::UpAxis::Z) printWarning("--up z applies to STL only; VRML is always Y up");
+    } else {
+        if (options.vertexColors) printWarning("--colors applies to VRML only; STL has no colours");
+        if (!textures.empty()) printWarning("--texture applies to VRML only; STL has no textures");
     }
-    assignTextureNames(options.inputs, textures);
-    const bool vrml = forcedVrml || (!forcedStl && namesVrml(options.output));
-    options.format = vrml                ? ombrel::Format::Vrml
-                     : ascii             ? ombrel::Format::AsciiStl
-                                         : ombrel::Format::BinaryStl;
-    return runExport(std::move(options));
+    return runExport(std::move(options), settings);
 }

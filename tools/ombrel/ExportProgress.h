@@ -9,9 +9,13 @@
 //
 //   ombrel: binary STL: measuring the scene (file 2 of 3)
 //   ombrel: binary STL: writing file 2 of 3, 45%
+//
+// `work` names what the second pass does with each file ("writing", or
+// "checking" for a run that writes nothing); `shown` false keeps it silent
+// (--quiet).
 class ExportProgress {
 public:
-    explicit ExportProgress(const char* what);
+    explicit ExportProgress(const char* what, const char* work = "writing", bool shown = true);
     ~ExportProgress();
     ExportProgress(const ExportProgress&) = delete;
     ExportProgress& operator=(const ExportProgress&) = delete;
@@ -24,5 +28,7 @@ private:
     void show(const ombrel::Progress& progress);
 
     const char* m_what;
+    const char* m_work;
+    bool m_enabled;
     std::string m_shown;  // the text on the line now; redrawn only when it changes
 };

@@ -2,8 +2,26 @@
 
 #include "engine/OmbrelExport.h"
 
-// Prints on stdout what a successful export wrote, from the engine's report:
-// the output, its triangles or shapes and bytes, the scene's box and where
-// it was placed, the height and scale, the final size, and one line per
-// Vek file.
-void printExportSummary(const ombrel::ExportOptions& options, const ombrel::ExportReport& report);
+#include <cstdio>
+#include <string>
+
+struct SummaryOptions {
+    std::FILE* stream = stdout;
+    std::string outputName;  // as the title shows it: an absolute path, or "standard output"
+    bool standardOutput = false;  // the file went to standard output, which is never "replaced"
+    bool verbose = false;
+};
+
+// Prints what a successful export wrote, from the engine's report. The
+// compact form (four lines):
+//
+//   Binary STL: /home/ana/figure.stl, 351584 bytes
+//     7030 triangles from 3 Vek files, Z up
+//     size 63.7712 x 56.5669 x 100 mm (x, y, z)
+//     check: not watertight: 50 open edges
+//
+// Verbose adds the scene's box as read and as written, the height and
+// scale, the print-readiness check's figures, and a line per Vek file with
+// that file's own verdict.
+void printExportSummary(const SummaryOptions& summary, const ombrel::ExportOptions& options,
+                        const ombrel::ExportReport& report);

@@ -1,74 +1,95 @@
 // ombrel: exports sculpt meshes saved as Vek files to STL or VRML through
 // the library's export engine, and inspects Vek files.
 #include "tools/ombrel/Commands.h"
+#include "tools/ombrel/StandardOutput.h"
 
 #include <cstdio>
-#include <cstring>
 #include <string>
 #include <vector>
 
 namespace {
 
-const char kUsage[] =
-    "Usage: ombrel COMMAND [OPTIONS] ...\n"
-    "\n"
-    "Commands:\n"
-    "  export -o OUT.stl [--ascii|--binary] [--height H] [--up y|z] FILE.vek...\n"
-    "  export -o OUT.wrl [--colors] [--texture FILE.vek=NAME]... [--height H] FILE.vek...\n"
-    "      Writes all Vek files as one file, with the scene's minimum corner at\n"
-    "      the origin: STL (binary unless --ascii), or VRML 2.0 when the output\n"
-    "      ends in .wrl or .vrml (--stl and --vrml choose explicitly). With\n"
-    "      --height the scene is scaled so that its extent along the up axis\n"
-    "      is H; without it the scene keeps its own size. STL: --up z turns the\n"
-    "      scene Z-up, as slicers expect (default: y, as the host has it).\n"
-    "      VRML: --colors writes the files' vertex colours; --texture names a\n"
-    "      file's texture (default: the Vek file's own name). Prints what was\n"
-    "      written; warnings about damaged input go to stderr.\n"
-    "  bbox FILE.vek...\n"
-    "      Prints each file's bounding box and, for several files, their union.\n"
-    "  info FILE.vek...\n"
-    "      Lists the blocks of each file: tag, name, count, size, offset.\n"
-    "  demo [-o DIR] [--height H]\n"
-    "      Exports the built-in sample scene as binary STL, ASCII STL and VRML\n"
-    "      with vertex colours into DIR (default ./ombrel-demo), scaled to\n"
-    "      height H (default 100).\n"
-    "\n"
-    "Options:\n"
-    "  -h, --help     show this help and exit\n"
-    "  --version      show the version and exit\n"
-    "\n"
-    "Exit status: 0 on success, 1 when a file is missing, not a Vek file or not\n"
-    "writable, or a write fails (a full disk, ...), 2 on a usage error or an\n"
-    "invalid option value (a height that is not a positive number).\n";
+struct CommandEntry {
+    const char* name;
+    int (*run)(const std::vector<std::string>& arguments);
+    const char* summary;  // the overview's line
+};
+
+// Every command, in the order the overview lists them.
+const CommandEntry kCommands[] = {
+    {"export", runExportCommand, "write Vek files as one STL file (Z up, for slicers) or VRML file"},
+    {"demo", runDemoCommand, "export the built-in sample scene"},
+    {"info", runInfoCommand, "list the blocks of Vek files"},
+    {"bbox", runBBoxCommand, "print the bounding boxes of Vek files"},
+};
+
+const CommandEntry* findCommand(const std::string& name) {
+    for (const CommandEntry& command : kCommands)
+        if (name == command.name) return &command;
+    return nullptr;
+}
+
+void printOverview(std::FILE* stream) {
+    std::fputs(
+        "Usage: ombrel COMMAND [OPTIONS] [FILE.vek...]\n"
+        "\n"
+        "Turns sculpt meshes saved as Vek files into files for 3D printing.\n"
+        "\n"
+        "Commands:\n",
+        stream);
+    for (const CommandEntry& command : kCommands) std::fprintf(stream, "  %-8s  %s\n", command.name, command.summary);
+    std::fputs(
+        "\n"
+        "Run 'ombrel COMMAND --help' (or 'ombrel help COMMAND') for a command's options.\n"
+        "\n"
+        "Options:\n"
+        "  -h, --help  show this help and exit\n"
+        "  --version   show the version and exit\n"
+        "\n"
+        "Exit status: 0 on success; 1 when a file is missing, unreadable or not a Vek\n"
+        "file, an output cannot be written, or (with --strict) the input is damaged;\n"
+        "2 on a usage error or an invalid option value.\n",
+        stream);
+}
+
+int run(int argc, char** argv) {
+    std::vector<std::string> arguments(argv + 1, argv + argc);
+    if (arguments.empty()) {
+        printOverview(stderr);
+        return 2;
+    }
+    const std::string name = arguments.front();
+    arguments.erase(arguments.begin());
+    if (name == "-h" || name == "--help" || (name == "help" && arguments.empty())) {
+        printOverview(stdout);
+        return 0;
+    }
+    if (name == "--version") {
+        std::printf("ombrel %s\n", OMBREL_VERSION);
+        return 0;
+    }
+    if (name == "help") {
+        // "ombrel help export" is "ombrel export --help".
+        const CommandEntry* command = findCommand(arguments.front());
+        if (!command) {
+            std::fprintf(stderr, "ombrel: unknown command '%s' (try ombrel --help)\n", arguments.front().c_str());
+            return 2;
+        }
+        if (arguments.size() > 1) {
+            std::fprintf(stderr, "ombrel: help takes one command name (try ombrel --help)\n");
+            return 2;
+        }
+        return command->run({"--help"});
+    }
+    if (const CommandEntry* command = findCommand(name)) return command->run(arguments);
+    std::fprintf(stderr, "ombrel: unknown command '%s' (try ombrel --help)\n", name.c_str());
+    return 2;
+}
 
 }  // namespace
 
 int main(int argc, char** argv) {
-    std::vector<std::string> arguments(argv + 1, argv + argc);
-    if (arguments.empty()) {
-        std::fputs(kUsage, stderr);
-        return 2;
-    }
-    const std::string command = arguments.front();
-    arguments.erase(arguments.begin());
-    if (command == "-h" || command == "--help" || command == "help") {
-        std::fputs(kUsage, stdout);
-        return 0;
-    }
-    if (command == "--version") {
-        std::printf("ombrel %s\n", OMBREL_VERSION);
-        return 0;
-    }
-    for (const std::string& argument : arguments) {
-        if (argument == "-h" || argument == "--help") {
-            std::fputs(kUsage, stdout);
-            return 0;
-        }
-    }
-    if (command == "export") return runExportCommand(arguments);
-    if (command == "info") return runInfoCommand(arguments);
-    if (command == "bbox") return runBBoxCommand(arguments);
-    if (command == "demo") return runDemoCommand(arguments);
-    std::fprintf(stderr, "ombrel: unknown command '%s' (try ombrel --help)\n", command.c_str());
-    return 2;
+    const int status = run(argc, argv);
+    // What went to stdout must have arrived: a summary into a full disk is a failure.
+    return finishStandardOutput(status);
 }
