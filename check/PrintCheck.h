@@ -22,7 +22,7 @@ struct OMBREL_API PrintCheck {
     std::uint64_t openEdges = 0;            // edges of one triangle only (the border of a hole)
     std::uint64_t nonManifoldEdges = 0;     // edges of three or more triangles
     std::uint64_t flippedEdges = 0;         // edges whose two triangles disagree in orientation
-    std::uint64_t floatingShells = 0;       // above the build plate, touching no other shell's box
+    std::uint64_t floatingShells = 0;       // above the build plate, touching no other shell's box (in the scene)
     double surfaceArea = 0.0;               // mm^2
     double volume = 0.0;                    // mm^3 enclosed by the closed shells
     double size[3] = {0, 0, 0};             // mm along x, y, z

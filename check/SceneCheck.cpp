@@ -52,15 +52,15 @@ private:
     std::vector<std::size_t> m_parent;
 };
 
-// Counts the shells that float: above the plate, touching no other box.
-std::uint64_t floatingShells(const std::vector<Shell>& shells, int upAxis) {
-    std::uint64_t floating = 0;
+// Which shells float: above the plate, touching no other box.
+std::vector<bool> floatingShells(const std::vector<Shell>& shells, int upAxis) {
+    std::vector<bool> floating(shells.size(), false);
     for (std::size_t i = 0; i < shells.size(); ++i) {
         if (double(axis(shells[i].min, upAxis)) <= SceneCheck::kContactTolerance) continue;
         bool touching = false;
         for (std::size_t j = 0; j < shells.size() && !touching; ++j)
             touching = j != i && touch(shells[i], shells[j], SceneCheck::kContactTolerance);
-        if (!touching) ++floating;
+        floating[i] = !touching;
     }
     return floating;
 }
@@ -69,7 +69,7 @@ std::uint64_t floatingShells(const std::vector<Shell>& shells, int upAxis) {
 
 void SceneCheck::add(const MeshCheck& mesh) { m_meshes.push_back(&mesh); }
 
-PrintCheck SceneCheck::figures() const {
+PrintCheck SceneCheck::figures(std::vector<std::uint64_t>* floatingPerMesh) const {
     PrintCheck scene;
     // Every mesh's shells, numbered one after another.
     std::vector<Shell> shells;
@@ -131,7 +131,9 @@ PrintCheck SceneCheck::figures() const {
         if (openEdgesLeft[s] != 0 || nonManifold[s]) state->second = false;
     }
     std::vector<Shell> pieceList;
+    std::map<std::size_t, std::size_t> pieceIndex;
     for (const auto& [root, piece] : pieces) {
+        pieceIndex[root] = pieceList.size();
         pieceList.push_back(piece);
         if (closed[root]) {
             ++scene.closedShells;
@@ -139,7 +141,14 @@ PrintCheck SceneCheck::figures() const {
         }
     }
     scene.shells = pieceList.size();
-    scene.floatingShells = floatingShells(pieceList, m_upAxis);
+    const std::vector<bool> floating = floatingShells(pieceList, m_upAxis);
+    for (bool floats : floating) scene.floatingShells += floats ? 1 : 0;
+    if (floatingPerMesh) {
+        floatingPerMesh->assign(m_meshes.size(), 0);
+        for (std::size_t m = 0; m < m_meshes.size(); ++m)
+            for (std::size_t s = firstShell[m]; s < firstShell[m] + m_meshes[m]->shells().size(); ++s)
+                if (floating[pieceIndex[joined.find(s)]]) ++(*floatingPerMesh)[m];
+    }
     if (!pieceList.empty()) {
         QMVector3f min = pieceList.front().min, max = pieceList.front().max;
         for (const Shell& piece : pieceList) {

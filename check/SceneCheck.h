@@ -21,14 +21,17 @@ public:
     explicit SceneCheck(int upAxis) : m_upAxis(upAxis) {}
 
     void add(const MeshCheck& mesh);
-    PrintCheck figures() const;
+    // The scene's figures; `floatingPerMesh`, when given, receives for each
+    // mesh added the number of its shells that float in the scene.
+    PrintCheck figures(std::vector<std::uint64_t>* floatingPerMesh = nullptr) const;
 
 private:
     int m_upAxis;
     std::vector<const MeshCheck*> m_meshes;
 };
 
-// The figures of one mesh with its floating shells counted.
+// The figures of one mesh alone, its floating shells counted against its own
+// shells only.
 PrintCheck checkAlone(const MeshCheck& mesh, int upAxis);
 
 }  // namespace ombrel::check

@@ -162,6 +162,7 @@ public:
                    UpAxis up) {
         if (!m_plan.check || faces.empty()) return;
         m_meshChecks.push_back(std::make_unique<check::MeshCheck>(ArrayMeshSource(points, faces), &matrix));
+        m_checkedFiles.push_back(m_result.report.files.size() - 1);
         m_result.report.files.back().check = check::checkAlone(*m_meshChecks.back(), upIndex(up));
     }
 
@@ -170,7 +171,12 @@ public:
         if (!m_plan.check) return;
         check::SceneCheck scene(upIndex(up));
         for (const auto& mesh : m_meshChecks) scene.add(*mesh);
-        m_result.report.check = scene.figures();
+        // A file's shell floats when it floats in the scene: a head resting
+        // on a torso of another file does not.
+        std::vector<std::uint64_t> floating;
+        m_result.report.check = scene.figures(&floating);
+        for (std::size_t m = 0; m < floating.size(); ++m)
+            m_result.report.files[m_checkedFiles[m]].check.floatingShells = floating[m];
     }
 
     // The output could not be opened.
@@ -197,6 +203,7 @@ private:
     SceneMeasure m_scene;
     VekDamageReport m_damage;
     std::vector<std::unique_ptr<check::MeshCheck>> m_meshChecks;  // figures, shells and open edges only
+    std::vector<std::size_t> m_checkedFiles;                      // the file of each mesh check
 };
 
 // Faces of `faces` with a corner that names no point of `numPoints` (for a

@@ -147,7 +147,7 @@ struct FileReport {
     std::uint64_t facesSkipped = 0;      // STL: faces left out for naming a missing point
     bool hasColours = false;  // an MRGB block with at least one colour
     bool hasUVs = false;      // a UV4 block with at least one entry
-    PrintCheck check;         // the file on its own (its floating shells: against the scene's plate)
+    PrintCheck check;         // the file on its own, but its shells float or not in the scene
 };
 
 struct Box {

@@ -69,3 +69,19 @@ TEST(SceneCheck, AnOpenEdgeMetInTheSameDirectionIsFlipped) {
     EXPECT_EQ(scene.figures().flippedEdges, 8u);
     EXPECT_EQ(scene.figures().openEdges, 0u);
 }
+
+TEST(SceneCheck, AMeshsShellFloatsOnlyWhenItFloatsInTheScene) {
+    const TestMesh base = cube(), resting = cube(QMVector3f(0.2f, 1, 0.2f)), hovering = cube(QMVector3f(5, 3, 5));
+    const MeshCheck a(ArrayMeshSource(base.points, base.faces), nullptr);
+    const MeshCheck b(ArrayMeshSource(resting.points, resting.faces), nullptr);
+    const MeshCheck c(ArrayMeshSource(hovering.points, hovering.faces), nullptr);
+    SceneCheck scene(1);
+    scene.add(a);
+    scene.add(b);
+    scene.add(c);
+    std::vector<std::uint64_t> floating;
+    EXPECT_EQ(scene.figures(&floating).floatingShells, 1u);
+    EXPECT_EQ(floating, (std::vector<std::uint64_t>{0, 0, 1}));
+    // Alone, the resting cube would float.
+    EXPECT_EQ(ombrel::check::checkAlone(b, 1).floatingShells, 1u);
+}
