@@ -11,6 +11,12 @@
 // Header of one block of a Vek file: 16 bytes, four little-endian words.
 class VekDamageReport;
 
+// The bytes of a whole Vek file held in memory, for the readers' byte forms.
+struct VekBytes {
+    const unsigned char* data;
+    std::size_t size;
+};
+
 struct Vek_Header {
     std::uint32_t tag;       // block type; 0 ends the file
     std::uint32_t size;      // bytes of the whole block, these 16 included
@@ -72,6 +78,20 @@ public:
     // The box of all points, streamed in fixed chunks. Finds the Points block
     // only when it is the first block of the file.
     bool readBBox(const QMString& name, BBox& box);
+
+    // The same readers on a Vek file's bytes in memory: the same walk, the
+    // same results, the same damage noted, to the byte; no file is opened.
+    bool readVertexBloc(const VekBytes& bytes, QMArray<QMVector3f>& points);
+    bool readFace4Bloc(const VekBytes& bytes, QMArray<int>& faces, bool& hasUV);
+    bool readUV4Bloc(const VekBytes& bytes, QMArray<QMVector2f>& uvs);
+    bool readMRGBBloc(const VekBytes& bytes, QMArray<std::uint32_t>& mrgb);
+    bool readMaskBloc(const VekBytes& bytes, QMArray<unsigned char>& mask);
+    bool readVertexAndFace4Blocs(const VekBytes& bytes, QMArray<QMVector3f>& points, QMArray<int>& faces);
+    bool readVtxFace4AndUV4Blocs(const VekBytes& bytes, QMArray<QMVector3f>& points, QMArray<int>& faces,
+                                 QMArray<QMVector2f>& uvs);
+    bool readVtxFace4UV4AndMRGBBlocs(const VekBytes& bytes, QMArray<QMVector3f>& points, QMArray<int>& faces,
+                                     QMArray<QMVector2f>& uvs, QMArray<std::uint32_t>& mrgb);
+    bool readBBox(const VekBytes& bytes, BBox& box);
 
     // MRGB colour words (little-endian 0xMMRRGGBB: byte 0 blue, 1 green, 2
     // red, 3 the unused M byte) as colours x = red, y = green, z = blue in 0..1.

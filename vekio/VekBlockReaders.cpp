@@ -17,15 +17,14 @@ void logSkippedBlock(const Vek_Header& header) {
     QMLogServer::printLine(QMString("  Vek Reading: Skipping Bloc tag=%d"), static_cast<int>(header.tag));
 }
 
-}  // namespace
-
-bool QMVekIO::readVertexBloc(const QMString& name, QMArray<QMVector3f>& points) {
+template <class Source>
+bool readVertexBlocFrom(QMVekIO& io, const Source& source, QMArray<QMVector3f>& points) {
     points.clear();
-    VekBlockWalk walk(*this, name);
+    VekBlockWalk walk(io, source);
     if (!walk.start()) return false;
     Vek_Header header;
     while (walk.next(header)) {
-        if (header.tag == kTagPoints) {
+        if (header.tag == QMVekIO::kTagPoints) {
             walk.readBody(header, points, kOnePerCount);
             return true;
         }
@@ -34,31 +33,33 @@ bool QMVekIO::readVertexBloc(const QMString& name, QMArray<QMVector3f>& points) 
     return true;
 }
 
-bool QMVekIO::readFace4Bloc(const QMString& name, QMArray<int>& faces, bool& hasUV) {
+template <class Source>
+bool readFace4BlocFrom(QMVekIO& io, const Source& source, QMArray<int>& faces, bool& hasUV) {
     faces.clear();
     hasUV = false;
-    VekBlockWalk walk(*this, name);
+    VekBlockWalk walk(io, source);
     if (!walk.start()) return false;
     Vek_Header header;
     while (walk.next(header)) {
-        if (header.tag == kTagFace4) {
+        if (header.tag == QMVekIO::kTagFace4) {
             QMLogServer::printLine(QMString("  Vek Reading [Face4] (%d fac)"), static_cast<int>(header.count));
             walk.readBody(header, faces, kFourPerCount);
             continue;
         }
-        if (header.tag == kTagUV4) hasUV = true;
+        if (header.tag == QMVekIO::kTagUV4) hasUV = true;
         walk.skipBody(header);
     }
     return true;
 }
 
-bool QMVekIO::readUV4Bloc(const QMString& name, QMArray<QMVector2f>& uvs) {
+template <class Source>
+bool readUV4BlocFrom(QMVekIO& io, const Source& source, QMArray<QMVector2f>& uvs) {
     uvs.clear();
-    VekBlockWalk walk(*this, name);
+    VekBlockWalk walk(io, source);
     if (!walk.start()) return false;
     Vek_Header header;
     while (walk.next(header)) {
-        if (header.tag == kTagUV4) {
+        if (header.tag == QMVekIO::kTagUV4) {
             QMLogServer::printLine(QMString("  Vek Reading [UV4] (%d)"), static_cast<int>(header.count));
             walk.readBody(header, uvs, kFourPerCount);
             continue;
@@ -69,13 +70,14 @@ bool QMVekIO::readUV4Bloc(const QMString& name, QMArray<QMVector2f>& uvs) {
     return true;
 }
 
-bool QMVekIO::readMRGBBloc(const QMString& name, QMArray<std::uint32_t>& mrgb) {
+template <class Source>
+bool readMRGBBlocFrom(QMVekIO& io, const Source& source, QMArray<std::uint32_t>& mrgb) {
     mrgb.clear();
-    VekBlockWalk walk(*this, name);
+    VekBlockWalk walk(io, source);
     if (!walk.start()) return false;
     Vek_Header header;
     while (walk.next(header)) {
-        if (header.tag == kTagMRGB) {
+        if (header.tag == QMVekIO::kTagMRGB) {
             QMLogServer::printLine(QMString("  Vek Reading [MRGB] (%d)"), static_cast<int>(header.count));
             walk.readBody(header, mrgb, kOnePerCount);
             return true;
@@ -85,13 +87,14 @@ bool QMVekIO::readMRGBBloc(const QMString& name, QMArray<std::uint32_t>& mrgb) {
     return true;
 }
 
-bool QMVekIO::readMaskBloc(const QMString& name, QMArray<unsigned char>& mask) {
+template <class Source>
+bool readMaskBlocFrom(QMVekIO& io, const Source& source, QMArray<unsigned char>& mask) {
     mask.clear();
-    VekBlockWalk walk(*this, name);
+    VekBlockWalk walk(io, source);
     if (!walk.start()) return false;
     Vek_Header header;
     while (walk.next(header)) {
-        if (header.tag == kTagMask) {
+        if (header.tag == QMVekIO::kTagMask) {
             QMLogServer::printLine(QMString("  Vek Reading [Mask] (%d)"), static_cast<int>(header.count));
             walk.readBody(header, mask, kOnePerCount);
             return true;
@@ -101,18 +104,19 @@ bool QMVekIO::readMaskBloc(const QMString& name, QMArray<unsigned char>& mask) {
     return true;
 }
 
-bool QMVekIO::readVertexAndFace4Blocs(const QMString& name, QMArray<QMVector3f>& points, QMArray<int>& faces) {
+template <class Source>
+bool readVertexAndFace4BlocsFrom(QMVekIO& io, const Source& source, QMArray<QMVector3f>& points, QMArray<int>& faces) {
     points.clear();
     faces.clear();
-    VekBlockWalk walk(*this, name);
+    VekBlockWalk walk(io, source);
     if (!walk.start()) return false;
     Vek_Header header;
     while (walk.next(header)) {
-        if (header.tag == kTagPoints) {
+        if (header.tag == QMVekIO::kTagPoints) {
             QMLogServer::printLine(QMString("  Vek Reading [Points] (%d)"), static_cast<int>(header.count));
             walk.readBody(header, points, kOnePerCount);
             if (!faces.empty()) return true;
-        } else if (header.tag == kTagFace4) {
+        } else if (header.tag == QMVekIO::kTagFace4) {
             QMLogServer::printLine(QMString("  Vek Reading [Face4] (%d fac)"), static_cast<int>(header.count));
             walk.readBody(header, faces, kFourPerCount);
             if (!points.empty()) return true;
@@ -122,8 +126,6 @@ bool QMVekIO::readVertexAndFace4Blocs(const QMString& name, QMArray<QMVector3f>&
     }
     return true;
 }
-
-namespace {
 
 // The Points, Face4 and UV4 blocks as the two richest readers take them.
 bool readMeshBlock(VekBlockWalk& walk, const Vek_Header& header, QMArray<QMVector3f>& points, QMArray<int>& faces,
@@ -146,14 +148,13 @@ bool readMeshBlock(VekBlockWalk& walk, const Vek_Header& header, QMArray<QMVecto
     }
 }
 
-}  // namespace
-
-bool QMVekIO::readVtxFace4AndUV4Blocs(const QMString& name, QMArray<QMVector3f>& points, QMArray<int>& faces,
-                                      QMArray<QMVector2f>& uvs) {
+template <class Source>
+bool readVtxFace4AndUV4BlocsFrom(QMVekIO& io, const Source& source, QMArray<QMVector3f>& points, QMArray<int>& faces,
+                                 QMArray<QMVector2f>& uvs) {
     points.clear();
     faces.clear();
     uvs.clear();
-    VekBlockWalk walk(*this, name);
+    VekBlockWalk walk(io, source);
     if (!walk.start()) return false;
     Vek_Header header;
     while (walk.next(header)) {
@@ -164,17 +165,18 @@ bool QMVekIO::readVtxFace4AndUV4Blocs(const QMString& name, QMArray<QMVector3f>&
     return true;
 }
 
-bool QMVekIO::readVtxFace4UV4AndMRGBBlocs(const QMString& name, QMArray<QMVector3f>& points, QMArray<int>& faces,
-                                          QMArray<QMVector2f>& uvs, QMArray<std::uint32_t>& mrgb) {
+template <class Source>
+bool readVtxFace4UV4AndMRGBBlocsFrom(QMVekIO& io, const Source& source, QMArray<QMVector3f>& points,
+                                     QMArray<int>& faces, QMArray<QMVector2f>& uvs, QMArray<std::uint32_t>& mrgb) {
     points.clear();
     faces.clear();
     mrgb.clear();
-    VekBlockWalk walk(*this, name);
+    VekBlockWalk walk(io, source);
     if (!walk.start()) return false;
     Vek_Header header;
     while (walk.next(header)) {
         if (readMeshBlock(walk, header, points, faces, uvs)) continue;
-        if (header.tag == kTagMRGB) {
+        if (header.tag == QMVekIO::kTagMRGB) {
             QMLogServer::printLine(QMString("  Vek Reading [MRGB]"));
             walk.readBody(header, mrgb, kOnePerCount);
             continue;
@@ -182,4 +184,66 @@ bool QMVekIO::readVtxFace4UV4AndMRGBBlocs(const QMString& name, QMArray<QMVector
         walk.skipBody(header);
     }
     return true;
+}
+
+}  // namespace
+
+// The readers on a file opened by name, and on bytes in memory.
+
+bool QMVekIO::readVertexBloc(const QMString& name, QMArray<QMVector3f>& points) {
+    return readVertexBlocFrom(*this, name, points);
+}
+bool QMVekIO::readVertexBloc(const VekBytes& bytes, QMArray<QMVector3f>& points) {
+    return readVertexBlocFrom(*this, bytes, points);
+}
+
+bool QMVekIO::readFace4Bloc(const QMString& name, QMArray<int>& faces, bool& hasUV) {
+    return readFace4BlocFrom(*this, name, faces, hasUV);
+}
+bool QMVekIO::readFace4Bloc(const VekBytes& bytes, QMArray<int>& faces, bool& hasUV) {
+    return readFace4BlocFrom(*this, bytes, faces, hasUV);
+}
+
+bool QMVekIO::readUV4Bloc(const QMString& name, QMArray<QMVector2f>& uvs) { return readUV4BlocFrom(*this, name, uvs); }
+bool QMVekIO::readUV4Bloc(const VekBytes& bytes, QMArray<QMVector2f>& uvs) {
+    return readUV4BlocFrom(*this, bytes, uvs);
+}
+
+bool QMVekIO::readMRGBBloc(const QMString& name, QMArray<std::uint32_t>& mrgb) {
+    return readMRGBBlocFrom(*this, name, mrgb);
+}
+bool QMVekIO::readMRGBBloc(const VekBytes& bytes, QMArray<std::uint32_t>& mrgb) {
+    return readMRGBBlocFrom(*this, bytes, mrgb);
+}
+
+bool QMVekIO::readMaskBloc(const QMString& name, QMArray<unsigned char>& mask) {
+    return readMaskBlocFrom(*this, name, mask);
+}
+bool QMVekIO::readMaskBloc(const VekBytes& bytes, QMArray<unsigned char>& mask) {
+    return readMaskBlocFrom(*this, bytes, mask);
+}
+
+bool QMVekIO::readVertexAndFace4Blocs(const QMString& name, QMArray<QMVector3f>& points, QMArray<int>& faces) {
+    return readVertexAndFace4BlocsFrom(*this, name, points, faces);
+}
+bool QMVekIO::readVertexAndFace4Blocs(const VekBytes& bytes, QMArray<QMVector3f>& points, QMArray<int>& faces) {
+    return readVertexAndFace4BlocsFrom(*this, bytes, points, faces);
+}
+
+bool QMVekIO::readVtxFace4AndUV4Blocs(const QMString& name, QMArray<QMVector3f>& points, QMArray<int>& faces,
+                                      QMArray<QMVector2f>& uvs) {
+    return readVtxFace4AndUV4BlocsFrom(*this, name, points, faces, uvs);
+}
+bool QMVekIO::readVtxFace4AndUV4Blocs(const VekBytes& bytes, QMArray<QMVector3f>& points, QMArray<int>& faces,
+                                      QMArray<QMVector2f>& uvs) {
+    return readVtxFace4AndUV4BlocsFrom(*this, bytes, points, faces, uvs);
+}
+
+bool QMVekIO::readVtxFace4UV4AndMRGBBlocs(const QMString& name, QMArray<QMVector3f>& points, QMArray<int>& faces,
+                                          QMArray<QMVector2f>& uvs, QMArray<std::uint32_t>& mrgb) {
+    return readVtxFace4UV4AndMRGBBlocsFrom(*this, name, points, faces, uvs, mrgb);
+}
+bool QMVekIO::readVtxFace4UV4AndMRGBBlocs(const VekBytes& bytes, QMArray<QMVector3f>& points, QMArray<int>& faces,
+                                          QMArray<QMVector2f>& uvs, QMArray<std::uint32_t>& mrgb) {
+    return readVtxFace4UV4AndMRGBBlocsFrom(*this, bytes, points, faces, uvs, mrgb);
 }

@@ -7,12 +7,17 @@
 #include <cstdio>
 
 // The walk over the blocks of one Vek file that every block reader shares:
-// open, check the file header, then hand out block headers until the end
-// block, the end of the file, or a block whose size is below 16 (its walk
-// could not advance). Closes the file when it goes out of scope.
+// check the file header, then hand out block headers until the end block,
+// the end of the file, or a block whose size is below 16 (its walk could not
+// advance). The file is a file opened by name (closed when the walk goes out
+// of scope) or bytes in memory (VekBytes), read the same way to the byte.
+//
+// Untrusted input: every read is bounded by the bytes present, positions are
+// 64-bit, and each step moves forward by at least 16 bytes or ends the walk.
 class VekBlockWalk {
 public:
     VekBlockWalk(QMVekIO& io, const QMString& name);
+    VekBlockWalk(QMVekIO& io, const VekBytes& bytes);
     ~VekBlockWalk();
     VekBlockWalk(const VekBlockWalk&) = delete;
     VekBlockWalk& operator=(const VekBlockWalk&) = delete;
@@ -31,14 +36,19 @@ public:
     template <class T>
     void readBody(const Vek_Header& header, QMArray<T>& array, std::uint64_t elementsPerCount) {
         const std::uint64_t bodyBytes = std::uint64_t(header.size) - 16;
-        const std::uint64_t elements =
-            allowedElements(header, elementsPerCount, sizeof(T), bodyBytes);
+        const std::uint64_t elements = allowedElements(header, elementsPerCount, sizeof(T), bodyBytes);
         array.resize(static_cast<std::size_t>(elements));
         const std::uint64_t readBytes = std::min<std::uint64_t>(bodyBytes, elements * sizeof(T));
         readInto(array.data(), readBytes, bodyBytes);
     }
 
     void skipBody(const Vek_Header& header);
+
+    // Reads exactly `count` bytes at the current position; false (having read
+    // what there was) when fewer are left. For readers that walk on their own.
+    bool readExactly(void* to, std::uint64_t count);
+    // The next 16 bytes as a block header, whatever it says.
+    bool readHeader(Vek_Header& header);
 
 private:
     // How many of the elements the header's count names (elementsPerCount
@@ -49,7 +59,21 @@ private:
                                   std::uint64_t elementSize, std::uint64_t bodyBytes);
     void readInto(void* storage, std::uint64_t readBytes, std::uint64_t bodyBytes);
 
+    // The source's primitives: the current position, reading at it (what is
+    // there, up to `count`) and moving it (past the end is allowed, as a seek).
+    std::uint64_t position() const;
+    std::uint64_t readSome(void* to, std::uint64_t count);
+    void moveTo(std::uint64_t position);
+
     QMVekIO& m_io;
-    std::FILE* m_file;
-    std::uint64_t m_fileSize = 0;
+    std::FILE* m_file = nullptr;           // a file opened by name, or null
+    const unsigned char* m_bytes = nullptr;  // bytes in memory, when m_inMemory
+    bool m_inMemory = false;
+    std::uint64_t m_size = 0;      // bytes in the file
+    std::uint64_t m_position = 0;  // in memory
 };
+
+// Whether 32 bytes start a Vek file ("Vekb", then anything).
+bool isVekFileHeader(const unsigned char* bytes);
+// A block header from its 16 little-endian bytes.
+Vek_Header decodeBlockHeader(const unsigned char* bytes);

@@ -1,6 +1,7 @@
 #include "vekio/QMVekIO.h"
 
 #include "support/QMDiskServer.h"
+#include "vekio/VekBlockWalk.h"
 
 #include <cstring>
 #include <sys/types.h>
@@ -9,11 +10,13 @@ namespace {
 const char kMagic[4] = {'V', 'e', 'k', 'b'};
 }
 
+bool isVekFileHeader(const unsigned char* bytes) { return std::memcmp(bytes, kMagic, sizeof kMagic) == 0; }
+
 bool QMVekIO::readFileHeader(std::FILE* file) {
     if (file == QMDiskServer::s_invalidFile) return false;
     unsigned char header[kFileHeaderSize];
     if (std::fread(header, 1, kFileHeaderSize, file) != kFileHeaderSize) return false;
-    return std::memcmp(header, kMagic, sizeof kMagic) == 0;
+    return isVekFileHeader(header);
 }
 
 bool QMVekIO::writeFileHeader(std::FILE* file) {
