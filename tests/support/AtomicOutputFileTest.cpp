@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include <fcntl.h>
+
 #include <algorithm>
 #include <filesystem>
 #include <string>
@@ -260,14 +262,24 @@ TEST_P(AtomicOutputFileTest, ARelativePathIsReplacedInTheWorkingDirectory) {
 TEST_P(AtomicOutputFileTest, APipeIsWrittenInPlaceAndStaysAPipe) {
     const std::string pipe = dir.file("pipe.stl");
     ASSERT_EQ(mkfifo(pipe.c_str(), 0644), 0);
-    std::string received;
-    std::thread reader([&] { received = readFileText(pipe); });
+    // The reader is there before the export opens the pipe (one without a
+    // reader fails at once); it reads until the writer closes.
+    const int readEnd = ::open(pipe.c_str(), O_RDONLY | O_NONBLOCK);
+    ASSERT_GE(readEnd, 0);
+    fcntl(readEnd, F_SETFL, 0);
     AtomicOutputFile file;
     std::FILE* stream = file.open(QMString(pipe.c_str()), "wb");
     ASSERT_NE(stream, nullptr);
+    // Read once a writer is there: before, a read would see the end at once.
+    std::string received;
+    std::thread reader([&] {
+        char buffer[256];
+        for (ssize_t got; (got = read(readEnd, buffer, sizeof buffer)) > 0;) received.append(buffer, std::size_t(got));
+    });
     write(stream, "through the pipe");
     EXPECT_TRUE(file.commit());
     reader.join();
+    close(readEnd);
     EXPECT_EQ(received, "through the pipe");
     struct stat info;
     ASSERT_EQ(lstat(pipe.c_str(), &info), 0);
