@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <map>
 #include <stdexcept>
@@ -110,7 +111,8 @@ TEST(SceneGenerator, FewerThanTwentyFacesAreAllQuads) {
 }
 
 TEST(SceneGenerator, IndicesAreInRangeAndDistinct) {
-    for (PartShape shape : {PartShape::Head, PartShape::Torso, PartShape::Base}) {
+    for (PartShape shape : {PartShape::Head, PartShape::Torso, PartShape::Base, PartShape::SolidHead,
+                            PartShape::SolidTorso, PartShape::SolidBase}) {
         const MeshData m = SceneGenerator::generate(partOf(shape, 2345));
         for (const Face4& f : m.faces) {
             const int n = f[3] == -1 ? 3 : 4;
@@ -279,10 +281,136 @@ TEST(SceneGenerator, SampleSceneHasHeadTorsoAndBase) {
     EXPECT_EQ(g.parts()[0].name, "head");
     EXPECT_EQ(g.parts()[1].name, "torso");
     EXPECT_EQ(g.parts()[2].name, "base");
+    EXPECT_EQ(g.parts()[0].shape, PartShape::SolidHead);
+    EXPECT_EQ(g.parts()[1].shape, PartShape::SolidTorso);
+    EXPECT_EQ(g.parts()[2].shape, PartShape::SolidBase);
     EXPECT_TRUE(g.parts()[1].mask);
     EXPECT_TRUE(g.parts()[1].unknownBlock);
     for (const PartParams& p : g.parts()) {
         EXPECT_GE(p.faces, 1000u);
         EXPECT_LE(p.faces, 3000u);
+        EXPECT_EQ(p.slot, 0u);
+        EXPECT_TRUE(p.uv);
+        EXPECT_TRUE(p.colors);
     }
+}
+
+// --- the solid shapes
+
+namespace {
+
+const PartShape kSolidShapes[] = {PartShape::SolidHead, PartShape::SolidTorso, PartShape::SolidBase};
+
+float lowest(const MeshData& m, int axis) {
+    float low = m.points.front()[axis];
+    for (const Point3& p : m.points) low = std::min(low, p[axis]);
+    return low;
+}
+
+float highest(const MeshData& m, int axis) {
+    float high = m.points.front()[axis];
+    for (const Point3& p : m.points) high = std::max(high, p[axis]);
+    return high;
+}
+
+}  // namespace
+
+TEST(SceneGenerator, SolidPartsAreClosedOutwardSurfacesOfExactlyTheFacesAskedFor) {
+    for (PartShape shape : kSolidShapes) {
+        for (std::uint64_t faces : {100u, 101u, 137u, 500u, 999u, 1000u, 1200u, 1500u, 4567u, 20000u}) {
+            const MeshData m = SceneGenerator::generate(partOf(shape, faces, faces));
+            EXPECT_EQ(m.faces.size(), faces) << shapeName(shape) << " " << faces;
+            EXPECT_TRUE(closedAndOriented(m)) << shapeName(shape) << " " << faces;
+            EXPECT_GT(signedVolume(m), 0.0) << shapeName(shape) << " " << faces;
+        }
+    }
+}
+
+TEST(SceneGenerator, SolidPartsHaveFansAtThePolesAndSplitQuadsBetween) {
+    for (PartShape shape : kSolidShapes) {
+        const PartParams p = partOf(shape, 1200);
+        const MeshData m = SceneGenerator::generate(p);
+        EXPECT_EQ(triangles(m), SceneGenerator::triangleCount(p)) << shapeName(shape);
+        EXPECT_EQ(m.points.size(), SceneGenerator::pointCount(p)) << shapeName(shape);
+        // The first faces are triangles around point 0, the last ones around
+        // the last point; the rest are quads and split quads.
+        const auto last = static_cast<std::int32_t>(m.points.size() - 1);
+        std::size_t bottom = 0, top = 0;
+        while (m.faces[bottom][3] == -1 && m.faces[bottom][0] == 0) ++bottom;
+        while (m.faces[m.faces.size() - 1 - top][3] == -1 && m.faces[m.faces.size() - 1 - top][2] == last) ++top;
+        EXPECT_GE(bottom, 3u) << shapeName(shape);
+        EXPECT_EQ(bottom, top) << shapeName(shape);
+        const std::size_t between = triangles(m) - bottom - top;
+        EXPECT_GT(between, 0u) << shapeName(shape);
+        EXPECT_EQ(between % 2, 0u) << shapeName(shape);
+        EXPECT_GE(between / 2, 1200u / 40) << shapeName(shape);
+        // Rings of `bottom` points between the poles.
+        EXPECT_EQ((m.points.size() - 2) % bottom, 0u) << shapeName(shape);
+    }
+}
+
+TEST(SceneGenerator, SolidPartsNeedAHundredFaces) {
+    for (PartShape shape : kSolidShapes) {
+        EXPECT_THROW(SceneGenerator::generate(partOf(shape, kMinSolidFaces - 1)), std::invalid_argument);
+        EXPECT_THROW(SceneGenerator({partOf(shape, 99)}), std::invalid_argument);
+        EXPECT_NO_THROW(SceneGenerator({partOf(shape, 100)}));
+    }
+}
+
+TEST(SceneGenerator, SolidPartsAreDeterministicAndDependOnTheSeed) {
+    for (PartShape shape : kSolidShapes) {
+        EXPECT_EQ(partBytes(partOf(shape, 800, 3)), partBytes(partOf(shape, 800, 3)));
+        const Bytes a = partBytes(partOf(shape, 800, 3)), b = partBytes(partOf(shape, 800, 4));
+        EXPECT_NE(a, b);
+        EXPECT_EQ(a.size(), b.size());
+    }
+}
+
+TEST(SceneGenerator, SolidBaseStandsOnAFlatBottomAndTheFigureStacksUp) {
+    const MeshData head = SceneGenerator::generate(partOf(PartShape::SolidHead, 1500));
+    const MeshData torso = SceneGenerator::generate(partOf(PartShape::SolidTorso, 1200));
+    const MeshData base = SceneGenerator::generate(partOf(PartShape::SolidBase, 1000));
+    EXPECT_EQ(lowest(base, 1), 0.0f);
+    const auto onPlate = std::count_if(base.points.begin(), base.points.end(), [](const Point3& p) { return p[1] == 0.0f; });
+    EXPECT_GT(onPlate, 100);
+    EXPECT_GT(lowest(torso, 1), 0.0f);
+    EXPECT_LT(lowest(torso, 1), highest(base, 1));
+    EXPECT_GT(lowest(head, 1), lowest(torso, 1));
+    EXPECT_LT(lowest(head, 1), highest(torso, 1));
+    EXPECT_GT(highest(head, 1), highest(torso, 1));
+}
+
+TEST(SceneGenerator, SolidPartsOfTheNextSlotStandBeside) {
+    PartParams p = partOf(PartShape::SolidBase, 600);
+    const MeshData first = SceneGenerator::generate(p);
+    p.slot = 1;
+    const MeshData second = SceneGenerator::generate(p);
+    EXPECT_GT(lowest(second, 0), highest(first, 0));
+    EXPECT_EQ(lowest(second, 1), 0.0f);
+}
+
+TEST(SceneGenerator, SolidPartsHaveUVsInTheUnitSquareAndColours) {
+    for (PartShape shape : kSolidShapes) {
+        const MeshData m = SceneGenerator::generate(partOf(shape, 700));
+        ASSERT_EQ(m.uvs.size(), m.faces.size());
+        ASSERT_EQ(m.mrgb.size(), m.points.size());
+        for (std::size_t i = 0; i < m.faces.size(); ++i) {
+            for (float t : m.uvs[i]) {
+                ASSERT_GE(t, 0.0f);
+                ASSERT_LE(t, 1.0f);
+            }
+            if (m.faces[i][3] == -1) {
+                EXPECT_EQ(m.uvs[i][6], 0.0f);
+                EXPECT_EQ(m.uvs[i][7], 0.0f);
+            }
+        }
+        for (std::uint32_t w : m.mrgb) ASSERT_EQ(w >> 24, 0u);
+    }
+}
+
+TEST(SceneGenerator, ShapeNames) {
+    EXPECT_STREQ(shapeName(PartShape::Head), "head");
+    EXPECT_STREQ(shapeName(PartShape::SolidHead), "solid head");
+    EXPECT_STREQ(shapeName(PartShape::SolidTorso), "solid torso");
+    EXPECT_STREQ(shapeName(PartShape::SolidBase), "solid base");
 }

@@ -127,6 +127,12 @@ TEST(VekgenCli, SampleWritesTheBundledScene) {
                   readFileBytes(std::string(OMBREL_SOURCE_DIR) + "/samples/" + name))
             << name;
     EXPECT_EQ(lineCount(r.out), 3u);
+    EXPECT_NE(r.out.find("head.vek: 1500 faces (246 triangles), 1379 points, 94176 bytes\n"), std::string::npos)
+        << r.out;
+    EXPECT_NE(r.out.find("torso.vek: 1200 faces (138 triangles), 1133 points, 77021 bytes\n"), std::string::npos)
+        << r.out;
+    EXPECT_NE(r.out.find("base.vek: 1000 faces (160 triangles), 922 points, 62864 bytes\n"), std::string::npos)
+        << r.out;
 }
 
 TEST(VekgenCli, BlocksFromStdinProduceTheDescribedBytes) {

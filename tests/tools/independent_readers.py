@@ -1,16 +1,20 @@
 """Opens the tool's STL and VRML exports of the sample scene with readers
-that share no code with Ombrel (numpy-stl, admesh, VTK's VRML importer) and
-checks the triangle and face counts and the bounds they report against the
-sample's own Vek files.
+that share no code with Ombrel (numpy-stl, admesh, VTK's VRML importer and,
+when it is installed, PrusaSlicer) and checks the triangle and face counts
+and the bounds they report against the sample's own Vek files. The sample is
+a figure made to be printed, so the STL files must also be watertight: one
+closed, outward-facing shell per Vek file, with no degenerate triangles.
 
 Usage: independent_readers.py OMBREL_TOOL SAMPLES_DIR SCRATCH_DIR
 """
 import glob
 import os
 import re
+import shutil
 import struct
 import subprocess
 import sys
+from collections import Counter
 
 import numpy as np
 
@@ -65,14 +69,78 @@ def check_numpy_stl(path, triangles, extent):
                     f"numpy-stl {os.path.basename(path)}: bounds {vectors.min(axis=0)} to {vectors.max(axis=0)}"))
 
 
-def check_admesh(path, triangles, extent):
+def check_numpy_stl_shells(path, shells):
+    """Edges matched by the exact coordinates of their ends: each directed
+    edge once and its reverse once; the shells as the connected sets of
+    triangles, each of positive volume."""
+    from stl import mesh
+    m = mesh.Mesh.from_file(path)
+    corners = [[tuple(c) for c in t] for t in m.vectors.tolist()]
+    edges = Counter((t[k], t[(k + 1) % 3]) for t in corners for k in range(3))
+    open_edges = sum(1 for a, b in edges if (b, a) not in edges)
+    repeated = sum(1 for count in edges.values() if count > 1)
+    vectors = m.vectors.astype(np.float64)
+    areas = np.linalg.norm(np.cross(vectors[:, 1] - vectors[:, 0], vectors[:, 2] - vectors[:, 0]), axis=1) / 2
+    parent = {}
+
+    def root(p):
+        parent.setdefault(p, p)
+        while parent[p] != p:
+            parent[p] = parent[parent[p]]
+            p = parent[p]
+        return p
+
+    for t in corners:
+        parent[root(t[1])] = root(t[0])
+        parent[root(t[2])] = root(t[0])
+    volumes = Counter()
+    for t, v in zip(corners, vectors):
+        volumes[root(t[0])] += float(np.dot(v[0], np.cross(v[1], v[2]))) / 6
+    name = os.path.basename(path)
+    return (check(open_edges == 0 and repeated == 0,
+                  f"numpy-stl {name}: {open_edges} open edges, {repeated} edges used twice the same way")
+            & check(int(np.sum(areas == 0)) == 0, f"numpy-stl {name}: {int(np.sum(areas == 0))} degenerate triangles")
+            & check(len(volumes) == shells and min(volumes.values()) > 0,
+                    f"numpy-stl {name}: {len(volumes)} shells, volumes {sorted(round(v, 1) for v in volumes.values())}"))
+
+
+def check_admesh(path, triangles, extent, shells):
     # --no-check: report the file as it is, without admesh's repairs.
     out = subprocess.run(["admesh", "--no-check", path], capture_output=True).stdout.decode("latin-1")
     facets = int(re.search(r"Number of facets\s*:\s*(\d+)", out).group(1))
     mins = [float(re.search(rf"Min {axis}\s*=\s*([-+0-9.eE]+)", out).group(1)) for axis in "XYZ"]
     maxs = [float(re.search(rf"Max {axis}\s*=\s*([-+0-9.eE]+)", out).group(1)) for axis in "XYZ"]
-    return (check(facets == triangles, f"admesh {os.path.basename(path)}: {facets} facets")
-            & check(close(mins, [0, 0, 0]) and close(maxs, extent), f"admesh {os.path.basename(path)}: bounds {mins} to {maxs}"))
+    # With its checks: the "Original" column and the repair counts describe
+    # the file as it was read; a sound mesh needs no repair at all.
+    out = subprocess.run(["admesh", path], capture_output=True).stdout.decode("latin-1")
+    disconnected = int(re.search(r"Total disconnected facets\s*:\s*(\d+)", out).group(1))
+    parts = int(re.search(r"Number of parts\s*:\s*(\d+)", out).group(1))
+    volume = float(re.search(r"Volume\s*:\s*([-+0-9.eE]+)", out).group(1))
+    repairs = {label: int(re.search(rf"{label}\s*:\s*(\d+)", out).group(1))
+               for label in ("Degenerate facets", "Edges fixed", "Facets removed", "Facets added",
+                             "Facets reversed", "Backwards edges", "Normals fixed")}
+    name = os.path.basename(path)
+    return (check(facets == triangles, f"admesh {name}: {facets} facets")
+            & check(close(mins, [0, 0, 0]) and close(maxs, extent), f"admesh {name}: bounds {mins} to {maxs}")
+            & check(disconnected == 0 and parts == shells and volume > 0,
+                    f"admesh {name}: {disconnected} disconnected facets, {parts} parts, volume {volume}")
+            & check(not any(repairs.values()), f"admesh {name}: repairs {repairs}"))
+
+
+def check_prusa_slicer(path, triangles, shells):
+    slicer = shutil.which("prusa-slicer")
+    if not slicer:
+        print(f"skip PrusaSlicer {os.path.basename(path)}: prusa-slicer is not installed")
+        return True
+    out = subprocess.run([slicer, "--info", path], capture_output=True).stdout.decode("latin-1")
+    info = dict(re.findall(r"^(\w+) = (.*)$", out, re.MULTILINE))
+    return check(info.get("number_of_facets", "").strip() == str(triangles) and info.get("manifold") == "yes"
+                 and "open_edges" not in info and info.get("number_of_parts", "").strip() == str(shells)
+                 and float(info.get("volume", "0")) > 0,
+                 f"PrusaSlicer {os.path.basename(path)}: " + ", ".join(f"{k} = {v.strip()}" for k, v in info.items()
+                                                                       if k in ("number_of_facets", "manifold",
+                                                                                "open_edges", "number_of_parts",
+                                                                                "volume")))
 
 
 def check_vtk_vrml(path, faces, extent):
@@ -103,11 +171,16 @@ def main():
     os.makedirs(scratch, exist_ok=True)
     subprocess.run([tool, "demo", "-o", scratch, "--height", str(HEIGHT)], check=True, capture_output=True)
     faces, triangles, extent = expected_scene(samples)
+    # The demo writes its STL files Z up, for slicers: the host's Y becomes Z
+    # and its Z becomes minus Y. Its VRML stays Y up.
+    stl_extent = [extent[0], extent[2], extent[1]]
     print(f"sample: {len(samples)} files, {faces} faces, {triangles} triangles, extent {extent}")
     good = True
     for name in ("sample-binary.stl", "sample-ascii.stl"):
-        good &= check_numpy_stl(os.path.join(scratch, name), triangles, extent)
-        good &= check_admesh(os.path.join(scratch, name), triangles, extent)
+        good &= check_numpy_stl(os.path.join(scratch, name), triangles, stl_extent)
+        good &= check_numpy_stl_shells(os.path.join(scratch, name), len(samples))
+        good &= check_admesh(os.path.join(scratch, name), triangles, stl_extent, len(samples))
+        good &= check_prusa_slicer(os.path.join(scratch, name), triangles, len(samples))
     good &= check_vtk_vrml(os.path.join(scratch, "sample-colours.wrl"), faces, extent)
     print("independent readers agree" if good else "independent readers DISAGREE")
     return 0 if good else 1

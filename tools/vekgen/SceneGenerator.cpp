@@ -144,9 +144,12 @@ struct Vertex {
 };
 
 // Quad corners (local vertex indices) and their UVs, in the face's order.
+// A shape may also hand out a triangle: the first three corners, with the
+// fourth UV (0, 0); triangles are never split further.
 struct Quad {
     std::array<std::uint32_t, 4> idx;
     std::array<float, 8> uv;
+    bool triangle = false;
 };
 
 // ------------------------------------------------------------ shapes
@@ -399,10 +402,289 @@ private:
     std::vector<std::array<double, 2>> m_ring;
 };
 
+// ------------------------------------------------------------ solid shapes
+
+// A profile in the (r, y) half plane: r the distance from the vertical axis,
+// y the height. It runs from a point on the axis at the bottom to a point on
+// the axis at the top, with r > 0 in between.
+using Profile = std::vector<std::array<double, 2>>;
+
+// Chaikin's corner cutting, `rounds` times: a smooth curve through the
+// middle of the control polygon. The two ends stay where they are, and
+// points cut from a horizontal edge keep its height exactly.
+Profile smoothProfile(Profile points, int rounds) {
+    for (int round = 0; round < rounds; ++round) {
+        Profile next;
+        next.reserve(2 * points.size());
+        next.push_back(points.front());
+        for (std::size_t k = 0; k + 1 < points.size(); ++k) {
+            const auto& a = points[k];
+            const auto& b = points[k + 1];
+            next.push_back({0.75 * a[0] + 0.25 * b[0], 0.75 * a[1] + 0.25 * b[1]});
+            next.push_back({0.25 * a[0] + 0.75 * b[0], 0.25 * a[1] + 0.75 * b[1]});
+        }
+        next.push_back(points.back());
+        points.swap(next);
+    }
+    return points;
+}
+
+// `count` + 1 points of the half circle of radius 1 from (0, -1) to (0, 1)
+// at nearly even angles: the tangent of the half angle, in [-1, 1], comes
+// from the same rational approximation as ringPoints, and gives cos and sin
+// through the rational parametrisation of the circle.
+Profile halfCircle(std::uint32_t count) {
+    Profile arc(count + 1);
+    arc.front() = {0.0, -1.0};
+    arc.back() = {0.0, 1.0};
+    for (std::uint32_t k = 1; k < count; ++k) {
+        const double a = (2.0 * k / count - 1.0) * 0.78539816339744831;  // half the angle, in (-pi/4, pi/4)
+        const double a2 = a * a;
+        const double w = a * (15.0 - a2) / (15.0 - 6.0 * a2);
+        const double d = 1.0 + w * w;
+        arc[k] = {(1.0 - w * w) / d, 2.0 * w / d};
+    }
+    return arc;
+}
+
+// One ring of a lathe surface: its place on the profile and the profile's
+// outward normal there.
+struct ProfileSample {
+    double r, y;
+    double nr, ny;
+};
+
+// `rings` points at even arc length strictly between the two ends of the
+// profile, with the ends themselves first and last.
+std::vector<ProfileSample> sampleProfile(const Profile& profile, std::uint32_t rings) {
+    std::vector<double> at(profile.size(), 0.0);  // arc length up to each point
+    for (std::size_t k = 1; k < profile.size(); ++k) {
+        const double dr = profile[k][0] - profile[k - 1][0], dy = profile[k][1] - profile[k - 1][1];
+        at[k] = at[k - 1] + std::sqrt(dr * dr + dy * dy);
+    }
+    const double length = at.back();
+    std::vector<std::array<double, 2>> points(rings + 2);
+    points.front() = profile.front();
+    points.back() = profile.back();
+    std::size_t k = 0;
+    for (std::uint32_t j = 1; j <= rings; ++j) {
+        const double s = length * j / (rings + 1);
+        while (k + 2 < profile.size() && at[k + 1] <= s) ++k;
+        const double t = (s - at[k]) / (at[k + 1] - at[k]);
+        points[j] = {profile[k][0] + (profile[k + 1][0] - profile[k][0]) * t,
+                     profile[k][1] + (profile[k + 1][1] - profile[k][1]) * t};
+    }
+    std::vector<ProfileSample> samples(rings + 2);
+    for (std::size_t j = 0; j < samples.size(); ++j) {
+        double nr = 0.0, ny = j == 0 ? -1.0 : 1.0;  // the poles look straight down and up
+        if (j > 0 && j + 1 < samples.size()) {
+            const double tr = points[j + 1][0] - points[j - 1][0], ty = points[j + 1][1] - points[j - 1][1];
+            const double len = std::sqrt(tr * tr + ty * ty);
+            nr = ty / len;
+            ny = -tr / len;
+        }
+        samples[j] = {points[j][0], points[j][1], nr, ny};
+    }
+    return samples;
+}
+
+double clamp01(double v) { return v < 0.0 ? 0.0 : (v > 1.0 ? 1.0 : v); }
+
+// 1 at t = 0, falling smoothly to 0 at |t| = 1 and beyond.
+double bump(double t) {
+    const double u = 1.0 - t * t;
+    return u > 0.0 ? u * u : 0.0;
+}
+
+// A closed surface of revolution around a vertical axis, deformed: `cols`
+// points on each of `rings` rings between two poles. The faces are a
+// triangle fan around the bottom pole, rings - 1 rows of quads and a
+// triangle fan around the top pole, all facing outward. The bottom of a
+// base is left flat, at its lowest height, for the build plate.
+//
+//   Base:  a slab of two rounded tiers, a rounded square seen from above;
+//   Torso: a capsule with hips, a waist, broad shoulders and a neck;
+//   Head:  a sphere stretched upward, a narrower jaw and a nose.
+class LatheShape {
+public:
+    enum class Kind { Base, Torso, Head };
+
+    LatheShape(Kind kind, std::uint32_t cols, std::uint32_t rings, Vec3 center, const ValueNoise& noise)
+        : m_kind(kind), m_cols(cols), m_rings(rings), m_center(center), m_noise(noise), m_ring(ringPoints(cols)) {
+        switch (kind) {
+            case Kind::Base:
+                m_samples = sampleProfile(smoothProfile({{0.0, 0.0},
+                                                         {1.50, 0.0},
+                                                         {1.66, 0.0},
+                                                         {1.66, 0.30},
+                                                         {1.40, 0.30},
+                                                         {1.32, 0.33},
+                                                         {1.30, 0.58},
+                                                         {1.12, 0.63},
+                                                         {0.50, 0.66},
+                                                         {0.0, 0.67}},
+                                                        4),
+                                          rings);
+                m_material = &kStone;
+                break;
+            case Kind::Torso:
+                m_samples = sampleProfile(smoothProfile({{0.0, 0.42},
+                                                         {0.30, 0.44},
+                                                         {0.52, 0.55},
+                                                         {0.62, 0.85},
+                                                         {0.60, 1.25},
+                                                         {0.52, 1.60},
+                                                         {0.58, 2.00},
+                                                         {0.68, 2.35},
+                                                         {0.66, 2.65},
+                                                         {0.46, 2.86},
+                                                         {0.25, 2.95},
+                                                         {0.21, 3.10},
+                                                         {0.20, 3.25},
+                                                         {0.0, 3.30}},
+                                                        4),
+                                          rings);
+                m_material = &kCloth;
+                break;
+            case Kind::Head: {
+                Profile arc = halfCircle(96);
+                for (auto& p : arc) p = {0.46 * p[0], 3.62 + 0.62 * p[1]};
+                m_samples = sampleProfile(arc, rings);
+                m_material = &kSkin;
+                break;
+            }
+        }
+    }
+
+    std::uint64_t vertexCount() const { return std::uint64_t(m_rings) * m_cols + 2; }
+    std::uint64_t quadCount() const { return std::uint64_t(m_rings - 1) * m_cols; }
+    std::uint64_t triangleCount() const { return 2ull * m_cols; }
+
+    template <class Fn>
+    void forEachVertex(Fn&& fn) const {
+        fn(vertex(0, 0));
+        for (std::uint32_t i = 1; i <= m_rings; ++i)
+            for (std::uint32_t c = 0; c < m_cols; ++c) fn(vertex(i, c));
+        fn(vertex(m_rings + 1, 0));
+    }
+
+    // The bottom fan, the quads row by row, the top fan.
+    template <class Fn>
+    void forEachQuad(Fn&& fn) const {
+        const std::uint32_t C = m_cols;
+        const std::uint32_t top = m_rings * C + 1;
+        const double rows = m_rings + 1;
+        auto at = [&](std::uint32_t ring, std::uint32_t c) { return 1 + (ring - 1) * C + c % C; };
+        Quad q;
+        q.triangle = true;
+        q.idx[3] = 0;
+        q.uv[6] = q.uv[7] = 0.0f;
+        for (std::uint32_t c = 0; c < C; ++c) {
+            q.idx = {0, at(1, c + 1), at(1, c), 0};
+            q.uv = {static_cast<float>((c + 0.5) / C), 0.0f, static_cast<float>(double(c + 1) / C),
+                    static_cast<float>(1.0 / rows), static_cast<float>(double(c) / C),
+                    static_cast<float>(1.0 / rows), 0.0f, 0.0f};
+            fn(q);
+        }
+        q.triangle = false;
+        for (std::uint32_t i = 1; i < m_rings; ++i) {
+            for (std::uint32_t c = 0; c < C; ++c) {
+                q.idx = {at(i, c), at(i, c + 1), at(i + 1, c + 1), at(i + 1, c)};
+                const auto u0 = static_cast<float>(double(c) / C), u1 = static_cast<float>(double(c + 1) / C);
+                const auto v0 = static_cast<float>(i / rows), v1 = static_cast<float>((i + 1) / rows);
+                q.uv = {u0, v0, u1, v0, u1, v1, u0, v1};
+                fn(q);
+            }
+        }
+        q.triangle = true;
+        for (std::uint32_t c = 0; c < C; ++c) {
+            q.idx = {at(m_rings, c), at(m_rings, c + 1), top, 0};
+            q.uv = {static_cast<float>(double(c) / C), static_cast<float>(m_rings / rows),
+                    static_cast<float>(double(c + 1) / C), static_cast<float>(m_rings / rows),
+                    static_cast<float>((c + 0.5) / C), 1.0f, 0.0f, 0.0f};
+            fn(q);
+        }
+    }
+
+private:
+    // Sample i of the profile (0 and rings + 1 are the poles), at column c.
+    Vertex vertex(std::uint32_t i, std::uint32_t c) const {
+        const ProfileSample& s = m_samples[i];
+        // Around the ring: x from the ring's first coordinate, z from minus
+        // its second, so that the columns run the way that faces outward.
+        const double cx = m_ring[c][0], cz = -m_ring[c][1];
+        const Vec3 undisplaced = place(s.r, s.y, s.y, cx, cz);
+        const double shade = m_noise.fbm(undisplaced * frequency());
+        const double d = amplitude(s.y) * shade;
+        return {place(s.r + d * s.nr, s.y + d * s.ny, s.y, cx, cz), shade, m_material};
+    }
+
+    // The point at distance r from the axis and height y in the direction
+    // (cx, cz), the cross-section shaped as at the profile's height y0.
+    Vec3 place(double r, double y, double y0, double cx, double cz) const {
+        double sx = 1.0, sz = 1.0;
+        switch (m_kind) {
+            case Kind::Base: {
+                // A rounded square: the direction scaled onto |x|^4 + |z|^4 = 1.
+                const double q = std::sqrt(std::sqrt(cx * cx * cx * cx + cz * cz * cz * cz));
+                sx = 1.0 / q;
+                sz = 0.82 / q;
+                break;
+            }
+            case Kind::Torso: {
+                const double shoulders = bump((y0 - 2.45) / 0.75);
+                const double neck = clamp01((y0 - 2.8) / 0.3);
+                sx = 1.0 + 0.42 * shoulders - 0.3 * neck * shoulders;
+                sz = 0.72 + 0.28 * neck;
+                break;
+            }
+            case Kind::Head: {
+                const double low = clamp01((3.62 - y0) / 0.62);  // 0 above the middle, 1 at the chin
+                sx = 1.0 - 0.16 * low;
+                sz = 1.18;
+                r += 0.07 * bump(cx / 0.3) * bump((y0 - 3.56) / 0.16);  // the nose, towards +z
+                break;
+            }
+        }
+        return m_center + Vec3{cx * r * sx, y, cz * r * sz};
+    }
+
+    double frequency() const { return m_kind == Kind::Base ? 3.0 : (m_kind == Kind::Torso ? 2.0 : 2.6); }
+
+    // How far the noise moves the surface along its normal: nothing at the
+    // bottom of the base, so that it stays flat.
+    double amplitude(double y0) const {
+        switch (m_kind) {
+            case Kind::Base:
+                return 0.03 * clamp01((y0 - 0.04) / 0.12);
+            case Kind::Torso:
+                return 0.035;
+            default:
+                return 0.025;
+        }
+    }
+
+    Kind m_kind;
+    std::uint32_t m_cols, m_rings;
+    Vec3 m_center;
+    const ValueNoise& m_noise;
+    std::vector<std::array<double, 2>> m_ring;
+    std::vector<ProfileSample> m_samples;
+    const Material* m_material = nullptr;
+};
+
 // ------------------------------------------------------------ parts
+
+bool isSolid(PartShape shape) {
+    return shape == PartShape::SolidHead || shape == PartShape::SolidTorso || shape == PartShape::SolidBase;
+}
 
 void validate(const PartParams& part) {
     if (part.faces == 0) throw std::invalid_argument("part " + part.name + " has no faces");
+    if (isSolid(part.shape) && part.faces < kMinSolidFaces)
+        throw std::invalid_argument("part " + part.name + " (" + shapeName(part.shape) + ") would have " +
+                                    std::to_string(part.faces) + " faces, fewer than the " +
+                                    std::to_string(kMinSolidFaces) + " a solid shape needs");
     if (part.faces > kMaxFacesPerPart)
         throw std::invalid_argument("part " + part.name + " would have " + std::to_string(part.faces) +
                                     " faces, more than " + std::to_string(kMaxFacesPerPart) + " per file");
@@ -441,6 +723,11 @@ public:
                 horn = {{ox + 1.05, 0.45, 0.0}, {0, 1, 0}, {1, 0, 0}, {0, 0, 1}, {0, 0, 0.25}, 0.6, 0.12};
                 break;
             }
+            case PartShape::SolidBase:
+            case PartShape::SolidTorso:
+            case PartShape::SolidHead:
+                buildSolid();
+                return;
         }
         if (m_cube) rest -= m_cube->quadCount();
         if (m_torus) rest -= m_torus->quadCount();
@@ -449,10 +736,10 @@ public:
 
     std::uint64_t vertexCount() const {
         return (m_cube ? m_cube->vertexCount() : 0) + (m_torus ? m_torus->vertexCount() : 0) +
-               (m_horn ? m_horn->vertexCount() : 0);
+               (m_horn ? m_horn->vertexCount() : 0) + (m_lathe ? m_lathe->vertexCount() : 0);
     }
     std::uint64_t faceCount() const { return m_part.faces; }
-    std::uint64_t triangleCount() const { return 2 * m_splits; }
+    std::uint64_t triangleCount() const { return 2 * m_splits + (m_lathe ? m_lathe->triangleCount() : 0); }
 
     // fn(const Vec3& position, std::uint32_t mrgb, unsigned char mask)
     template <class Fn>
@@ -466,6 +753,7 @@ public:
         if (m_cube) m_cube->forEachVertex(emit);
         if (m_torus) m_torus->forEachVertex(emit);
         if (m_horn) m_horn->forEachVertex(emit);
+        if (m_lathe) m_lathe->forEachVertex(emit);
     }
 
     // fn(const std::int32_t (&idx)[4], const float (&uv)[8]); one call per face.
@@ -477,6 +765,12 @@ public:
         auto emit = [&](const Quad& q) {
             std::int32_t idx[4];
             for (int k = 0; k < 4; ++k) idx[k] = static_cast<std::int32_t>(base + q.idx[k]);
+            if (q.triangle) {
+                idx[3] = kNoIndex;
+                const float uv[8] = {q.uv[0], q.uv[1], q.uv[2], q.uv[3], q.uv[4], q.uv[5], 0, 0};
+                fn(idx, uv);
+                return;
+            }
             if (quad == nextSplit) {
                 // (a, b, c, d) -> (a, b, c) and (a, c, d); the fourth UV is (0, 0).
                 const std::int32_t t1[4] = {idx[0], idx[1], idx[2], kNoIndex};
@@ -502,9 +796,32 @@ public:
             base += m_torus->vertexCount();
         }
         if (m_horn) m_horn->forEachQuad(emit);
+        if (m_lathe) m_lathe->forEachQuad(emit);
     }
 
 private:
+    // A solid shape of exactly the faces asked for. Its grid, cols x
+    // (rings + 1) faces (two fans of cols triangles and rings - 1 rows of
+    // quads), takes at most 39 faces in 40, with rings and columns in the
+    // shape's proportion; every face left over splits one more quad into two
+    // triangles.
+    void buildSolid() {
+        LatheShape::Kind kind = LatheShape::Kind::Head;
+        std::uint64_t ringShare = 11, columnShare = 20;  // rings : columns
+        if (m_part.shape == PartShape::SolidBase) kind = LatheShape::Kind::Base, ringShare = 3, columnShare = 5;
+        if (m_part.shape == PartShape::SolidTorso) kind = LatheShape::Kind::Torso, ringShare = 3, columnShare = 4;
+        const std::uint64_t faces = m_part.faces;
+        const std::uint64_t grid = faces - faces / 40;
+        const std::uint64_t cols = std::max<std::uint64_t>(3, isqrt(grid * columnShare / ringShare));
+        const std::uint64_t rings = grid / cols - 1;  // so that cols x (rings + 1) <= grid
+        m_lathe.emplace(kind, static_cast<std::uint32_t>(cols), static_cast<std::uint32_t>(rings),
+                        Vec3{3.6 * m_part.slot, 0.0, 0.0}, m_noise);
+        m_quads = m_lathe->quadCount();
+        m_splits = faces - cols * (rings + 1);
+        if (rings < 2 || m_splits > m_quads)
+            throw std::logic_error("no closed grid for " + std::to_string(faces) + " faces");
+    }
+
     // The k-th split quad: one hash-chosen quad in each of m_splits equal
     // stretches of the quad sequence, so exactly m_splits quads are split.
     std::uint64_t splitPosition(std::uint64_t k) const {
@@ -519,6 +836,7 @@ private:
     std::optional<CubeShape> m_cube;
     std::optional<TorusShape> m_torus;
     std::optional<HornShape> m_horn;
+    std::optional<LatheShape> m_lathe;
 };
 
 std::array<unsigned char, 16> unknownBlockBody(std::uint64_t seed) {
@@ -538,6 +856,12 @@ const char* shapeName(PartShape shape) {
             return "torso";
         case PartShape::Base:
             return "base";
+        case PartShape::SolidHead:
+            return "solid head";
+        case PartShape::SolidTorso:
+            return "solid torso";
+        case PartShape::SolidBase:
+            return "solid base";
     }
     return "?";
 }
@@ -571,17 +895,17 @@ SceneGenerator::SceneGenerator(std::vector<PartParams> parts) : m_parts(std::mov
 SceneGenerator SceneGenerator::sample() {
     std::vector<PartParams> parts(3);
     parts[0].name = "head";
-    parts[0].shape = PartShape::Head;
+    parts[0].shape = PartShape::SolidHead;
     parts[0].faces = 1500;
     parts[0].seed = 101;
     parts[1].name = "torso";
-    parts[1].shape = PartShape::Torso;
+    parts[1].shape = PartShape::SolidTorso;
     parts[1].faces = 1200;
     parts[1].seed = 202;
     parts[1].mask = true;
     parts[1].unknownBlock = true;
     parts[2].name = "base";
-    parts[2].shape = PartShape::Base;
+    parts[2].shape = PartShape::SolidBase;
     parts[2].faces = 1000;
     parts[2].seed = 303;
     return SceneGenerator(std::move(parts));

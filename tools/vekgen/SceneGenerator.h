@@ -2,17 +2,30 @@
 
 // SceneGenerator: deterministic sculpt-like test meshes, written as Vek files.
 //
-// Every part (one Vek file) is a closed main body plus, for the faces left
-// over, an open tapered tube ("horn"), so that a part has exactly the number
-// of faces asked for:
+// Every part (one Vek file) has exactly the number of faces asked for. The
+// shapes of `vekgen scene` are a closed main body plus, for the faces left
+// over, an open tapered tube ("horn"):
 //   - Head:  a cube-sphere (a grid on each cube face pushed onto the sphere);
 //   - Torso: a rounded box built on the same cube grid;
 //   - Base:  a torus lying flat.
-// The surfaces are displaced by a smooth value noise. About one face in ten
-// is a triangle (fourth index -1): 1 in 20 quads of the grid is split into
-// two triangles, at hash-chosen places. Each face has four corner UVs in
-// [0, 1] (a triangle's fourth corner is (0, 0)); each vertex has an MRGB
-// colour derived from its part, height and noise value, with M = 0.
+// About one face in ten of these is a triangle (fourth index -1): 1 in 20
+// quads of the grid is split into two triangles, at hash-chosen places.
+//
+// The solid shapes are closed surfaces of revolution, deformed, that together
+// make a figure that can be printed: every part is watertight, manifold and
+// faces outward, and the parts of one slot stand on each other:
+//   - SolidBase:  a stepped slab, a rounded square seen from above, whose
+//                 flat bottom is the lowest point of the figure (y = 0);
+//   - SolidTorso: a capsule with hips, waist, shoulders and neck, its lower
+//                 end sunk into the base;
+//   - SolidHead:  a stretched sphere with a jaw and a nose, over the neck.
+// Their faces are triangle fans around the two poles and rows of quads, a
+// few of them (about one face in 40, and what the grid leaves over) split
+// into two triangles at hash-chosen places.
+//
+// All surfaces are displaced by a smooth value noise. Each face has four
+// corner UVs in [0, 1] (a triangle's fourth corner is (0, 0)); each vertex
+// has an MRGB colour derived from its part and noise value, with M = 0.
 //
 // Reproducibility: the generator uses only +, -, *, / and sqrt on doubles
 // (all correctly rounded in IEEE arithmetic) and its own integer hash, never
@@ -31,16 +44,17 @@
 
 namespace vekgen {
 
-enum class PartShape { Head, Torso, Base };
+enum class PartShape { Head, Torso, Base, SolidHead, SolidTorso, SolidBase };
 
-const char* shapeName(PartShape shape);  // "head", "torso", "base"
+// "head", "torso", "base", "solid head", "solid torso", "solid base"
+const char* shapeName(PartShape shape);
 
 struct PartParams {
     std::string name;  // file stem: <name>.vek
     PartShape shape = PartShape::Head;
     std::uint64_t faces = 0;  // exact number of faces (quads + triangles)
     std::uint64_t seed = 1;
-    std::uint32_t slot = 0;     // placement: parts of one shape stand side by side
+    std::uint32_t slot = 0;     // placement: parts of one shape stand side by side, figures too
     bool uv = true;             // write a UV4 block
     bool colors = true;         // write an MRGB block
     bool mask = false;          // write a Mask block (one byte per vertex)
@@ -52,6 +66,8 @@ inline constexpr std::uint32_t kUnknownSampleTag = 40001;
 
 // Largest number of faces in one part (keeps every block within the 32-bit size field).
 inline constexpr std::uint64_t kMaxFacesPerPart = 100'000'000;
+// Smallest number of faces of a part with a solid shape.
+inline constexpr std::uint64_t kMinSolidFaces = 100;
 
 struct SceneOptions {
     std::uint64_t faces = 0;  // total over all parts
@@ -84,11 +100,13 @@ public:
     // std::invalid_argument when faces is 0, files is 0 or larger than
     // faces, or one part would exceed kMaxFacesPerPart.
     explicit SceneGenerator(const SceneOptions& options);
-    // Explicit parts (each validated as above).
+    // Explicit parts (each validated as above; a solid shape also needs at
+    // least kMinSolidFaces faces).
     explicit SceneGenerator(std::vector<PartParams> parts);
 
-    // The bundled sample scene: head, torso (with a Mask block and an
-    // unknown block) and base.
+    // The bundled sample scene, a figure that can be printed: a solid head
+    // (1500 faces), a solid torso (1200 faces, with a Mask block and an
+    // unknown block) and a solid base (1000 faces).
     static SceneGenerator sample();
 
     const std::vector<PartParams>& parts() const { return m_parts; }
