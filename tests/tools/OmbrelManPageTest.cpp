@@ -54,7 +54,7 @@ TEST(OmbrelManPageTest, ManShowsIt) {
 
 TEST(OmbrelManPageTest, DocumentsEveryCommandAndOption) {
     const std::string page = manPageText();
-    for (const std::string command : {"export", "demo", "info", "bbox"}) {
+    for (const std::string command : {"export", "check", "demo", "info", "bbox"}) {
         SCOPED_TRACE(command);
         EXPECT_NE(page.find(".B " + command + "\n"), std::string::npos);
         const CommandResult help = runCommand(OMBREL_TOOL_PATH, {command, "--help"});

@@ -11,7 +11,7 @@
 
 namespace {
 
-const std::vector<std::string> kCommands = {"export", "demo", "info", "bbox"};
+const std::vector<std::string> kCommands = {"export", "check", "demo", "info", "bbox"};
 
 bool contains(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }
 

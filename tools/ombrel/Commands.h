@@ -14,6 +14,7 @@
 // its run function here and give it a row in main.cpp's command table (its
 // name and the one line the overview shows).
 int runExportCommand(const std::vector<std::string>& arguments);
+int runCheckCommand(const std::vector<std::string>& arguments);
 int runInfoCommand(const std::vector<std::string>& arguments);
 int runBBoxCommand(const std::vector<std::string>& arguments);
 int runDemoCommand(const std::vector<std::string>& arguments);

@@ -61,6 +61,29 @@ void printFile(const Printer& out, const ombrel::FileReport& file, bool stl) {
 
 }  // namespace
 
+void printCheckReport(std::FILE* stream, const ombrel::ExportOptions& options, const ombrel::ExportReport& report) {
+    const Printer out(stream);
+    const int up = upAxisIndex(options);
+    out.line("Print check: " + counted(report.files.size(), "Vek file", "Vek files") + ", " +
+             counted(report.check.triangles, "triangle", "triangles") + ", " + (up == 2 ? "Z up" : "Y up"));
+    if (report.sceneBox.empty) {
+        out.line("  the scene holds no points");
+        return;
+    }
+    out.line("  size " + number(report.size[0]) + " x " + number(report.size[1]) + " x " + number(report.size[2]) +
+             " mm (x, y, z)");
+    out.line("  verdict: " + report.check.verdict());
+    printCheckFigures(out, report.check);
+    for (const ombrel::FileReport& file : report.files) {
+        out.line("  " + file.path + ": " + file.check.verdict());
+        out.line("    " + counted(file.check.shells, "shell", "shells") + ", " +
+                 counted(file.check.openEdges, "open edge", "open edges") + ", " +
+                 counted(file.check.nonManifoldEdges, "non-manifold edge", "non-manifold edges") + ", " +
+                 counted(file.check.flippedEdges, "flipped edge", "flipped edges") + ", volume " +
+                 number(file.check.volume) + " mm^3");
+    }
+}
+
 void printExportSummary(const SummaryOptions& summary, const ombrel::ExportOptions& options,
                         const ombrel::ExportReport& report) {
     const Printer out(summary.stream);

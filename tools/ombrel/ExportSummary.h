@@ -25,3 +25,8 @@ struct SummaryOptions {
 // that file's own verdict.
 void printExportSummary(const SummaryOptions& summary, const ombrel::ExportOptions& options,
                         const ombrel::ExportReport& report);
+
+// Prints what `ombrel check` found, from the engine's report of a check
+// without writing: the size as it would be written, the scene's verdict and
+// figures, then each file's figures and verdict.
+void printCheckReport(std::FILE* stream, const ombrel::ExportOptions& options, const ombrel::ExportReport& report);

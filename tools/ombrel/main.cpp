@@ -18,6 +18,7 @@ struct CommandEntry {
 // Every command, in the order the overview lists them.
 const CommandEntry kCommands[] = {
     {"export", runExportCommand, "write Vek files as one STL file (Z up, for slicers) or VRML file"},
+    {"check", runCheckCommand, "say whether Vek files will print: holes, bad edges, floating parts"},
     {"demo", runDemoCommand, "export the built-in sample scene"},
     {"info", runInfoCommand, "list the blocks of Vek files"},
     {"bbox", runBBoxCommand, "print the bounding boxes of Vek files"},
