@@ -8,10 +8,12 @@
 #include "engine/ScenePlacement.h"
 #include "export/QMSTLExport.h"
 #include "export/QMVRMLExport.h"
+#include "support/AtomicOutputFile.h"
 #include "support/QMDiskServer.h"
 #include "vekio/QMVekIO.h"
 #include "vekio/VekDamage.h"
 
+#include <cerrno>
 #include <cmath>
 #include <cstring>
 #include <optional>
@@ -319,6 +321,66 @@ void runCheck(const ExportPlan& plan, ExportResult& result) {
         session.progress()->facesWritten(faces.size() / 4);
     }
     session.checkScene(up);
+}
+
+void runExport(const ExportPlan& plan, SceneWriter& writer, ExportResult& result) {
+    ExportSession session(plan, result);
+    const std::optional<ScenePlacement> placement = session.measureAndPlace(plan.up);
+    if (!placement) return;
+    AtomicOutputFile output;
+    std::FILE* stream = output.open(plan.outputPath, "wb");
+    if (!stream) {
+        session.outputNotWritable(output.error());
+        return;
+    }
+    writer.begin(stream);
+    QMArray<QMVector3f> points;
+    QMArray<int> faces;
+    QMArray<QMVector2f> uvs;
+    QMArray<std::uint32_t> colours;
+    std::vector<QMVector3f> placed;
+    const auto facesWritten = [&](std::uint64_t count) { session.progress()->facesWritten(count); };
+    for (std::size_t i = 0; i < plan.inputs.size(); ++i) {
+        QMVekIO reader;
+        FileReport& file = session.startFile(i, reader);
+        uvs.clear();
+        const bool readable =
+            reader.readVtxFace4UV4AndMRGBBlocs(plan.inputs[i].readerPath, points, faces, uvs, colours);
+        turnUpright(points, plan.up);
+        session.fileRead(i, readable, points, faces);
+        if (!plan.vertexColors) colours.clear();
+        if (faces.size() < 4) continue;
+        // Placed as the STL writer places them.
+        placed.resize(points.size());
+        for (std::size_t p = 0; p < points.size(); ++p) placed[p] = placement->matrix.multVec3f(points[p]);
+        SceneMesh mesh;
+        mesh.name = QMString(plan.inputs[i].displayPath.c_str()).getFileName().c_str();
+        mesh.points = placed.empty() ? nullptr : &placed[0].x;
+        mesh.pointCount = placed.size();
+        mesh.faces = faces.data();
+        mesh.faceCount = faces.size() / 4;
+        mesh.colours = colours.empty() ? nullptr : colours.data();
+        mesh.colourCount = colours.size();
+        file.trianglesWritten = writer.writeMesh(mesh, facesWritten);
+        result.report.trianglesWritten += file.trianglesWritten;
+        file.facesSkipped = facesWithMissingPoints(faces, points.size());
+        if (file.facesSkipped != 0) session.warn(WarningKind::kFacesSkipped, "Face4", file.facesSkipped);
+        session.checkFile(points, faces, placement->matrix, plan.up);
+    }
+    session.checkScene(plan.up);
+    writer.end();
+    errno = 0;
+    const bool flushed = std::fflush(stream) == 0 && !std::ferror(stream);
+    const int flushError = errno != 0 ? errno : EIO;
+    const off_t bytes = ftello(stream);
+    const bool inPlace = output.inPlace();
+    if (!flushed) {
+        output.discard();
+        session.finished(flushError, 0, inPlace);
+        return;
+    }
+    const bool committed = output.commit();
+    session.finished(committed ? 0 : output.error(), bytes > 0 ? std::uint64_t(bytes) : 0, inPlace);
 }
 
 }  // namespace ombrel::engine

@@ -16,6 +16,10 @@ namespace ombrel::engine {
 void runExport(const ExportPlan& plan, QMSTLExport& exporter, ExportResult& result);
 void runExport(const ExportPlan& plan, QMVRMLExport& exporter, ExportResult& result);
 
+// The same with a writer of the library's users (3MF): the engine owns the
+// output file and discards it when anything fails.
+void runExport(const ExportPlan& plan, SceneWriter& writer, ExportResult& result);
+
 // Everything runExport does but writing: the report with its check.
 void runCheck(const ExportPlan& plan, ExportResult& result);
 

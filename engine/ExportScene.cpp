@@ -12,6 +12,8 @@
 #include <limits>
 #include <new>
 #include <stdexcept>
+#include <system_error>
+#include <cstring>
 
 namespace ombrel {
 
@@ -60,10 +62,14 @@ void setStatus(ExportResult& result, StatusKind kind, const std::string& path, i
     }
 }
 
-void run(const ExportOptions& options, bool writes, ExportResult& result) {
+void run(const ExportOptions& options, bool writes, SceneWriter* writer, ExportResult& result) {
     const engine::ExportPlan plan = planFor(options);
     if (!writes) {
         engine::runCheck(plan, result);
+    } else if (writer) {
+        engine::runExport(plan, *writer, result);
+    } else if (options.format == Format::ThreeMF) {
+        result.status = invalidOptions("3MF is written by the ombrel3mf library: link it and call ombrel::export3MF");
     } else if (options.format == Format::Vrml) {
         QMVRMLExport exporter;
         engine::runExport(plan, exporter, result);
@@ -74,16 +80,19 @@ void run(const ExportOptions& options, bool writes, ExportResult& result) {
 }
 
 // Runs an export, or only its check, and turns what ends it into a status.
-ExportResult runGuarded(const ExportOptions& options, bool writes) noexcept {
+ExportResult runGuarded(const ExportOptions& options, bool writes, SceneWriter* writer = nullptr) noexcept {
     ExportResult result;
     try {
         result.status = checkOptions(options, writes);
         if (!result.status.ok()) return result;
-        run(options, writes, result);
+        run(options, writes, writer, result);
     } catch (const engine::ExportCancelled&) {
         setStatus(result, StatusKind::kCancelled, options.output, 0, "cancelled");
     } catch (const std::bad_alloc&) {
         setStatus(result, StatusKind::kOutOfMemory, options.output, ENOMEM, "not enough memory for the export");
+    } catch (const std::system_error& error) {
+        const int code = error.code().value();
+        setStatus(result, StatusKind::kWriteFailed, options.output, code, std::strerror(code));
     } catch (const std::length_error&) {
         setStatus(result, StatusKind::kOutOfMemory, options.output, ENOMEM, "the scene is too large to hold");
     } catch (const std::exception& error) {
@@ -97,6 +106,10 @@ ExportResult runGuarded(const ExportOptions& options, bool writes) noexcept {
 }  // namespace
 
 ExportResult exportScene(const ExportOptions& options) noexcept { return runGuarded(options, true); }
+
+ExportResult exportScene(const ExportOptions& options, SceneWriter& writer) noexcept {
+    return runGuarded(options, true, &writer);
+}
 
 ExportResult checkScene(const ExportOptions& options) noexcept { return runGuarded(options, false); }
 

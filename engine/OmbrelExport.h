@@ -25,6 +25,7 @@
 #include "support/OmbrelApi.h"
 
 #include <cstddef>
+#include <cstdio>
 #include <cstdint>
 #include <functional>
 #include <optional>
@@ -37,7 +38,8 @@ namespace ombrel {
 enum class Format {
     BinaryStl,
     AsciiStl,
-    Vrml,  // VRML 2.0, always Y-up
+    Vrml,     // VRML 2.0, always Y-up
+    ThreeMF,  // 3MF: written by the ombrel3mf library (its export3MF), not by exportScene alone
 };
 
 // The axis the height is measured along, and which way is up in the file.
@@ -186,6 +188,40 @@ struct ExportResult {
 // temporary name and put in place only when complete, so a failed or
 // cancelled export leaves the previous file as it was.
 OMBREL_API ExportResult exportScene(const ExportOptions& options) noexcept;
+
+// One mesh as a SceneWriter receives it: one input file, read and placed as
+// the STL export places it (Z up when asked), in the order of the inputs.
+struct SceneMesh {
+    std::string name;                      // the Vek file's name without directory and extension
+    const float* points = nullptr;         // x, y, z of each point, placed
+    std::size_t pointCount = 0;
+    const std::int32_t* faces = nullptr;   // four indices a face, -1 fourth for a triangle; unchecked
+    std::size_t faceCount = 0;
+    const std::uint32_t* colours = nullptr;  // one 0xMMRRGGBB word a point (red in bits 16-23), or null
+    std::size_t colourCount = 0;             // (null unless vertexColors is on and the file has colours)
+};
+
+// A file format written outside the library (3MF, by the ombrel3mf
+// library) through the engine: the engine checks and reads the inputs,
+// places the scene, reports progress, checks the mesh and owns the output
+// file (it appears only when complete); the writer formats. A writer
+// reports a failed write by throwing std::system_error with its errno.
+class SceneWriter {
+public:
+    virtual ~SceneWriter() = default;
+    // The export starts; everything goes to `output` (binary), which the
+    // engine opened and will close.
+    virtual void begin(std::FILE* output) = 0;
+    // One mesh; `facesWritten(n)` after every few thousand faces (it may
+    // throw to cancel the export). Returns the triangles written.
+    virtual std::uint64_t writeMesh(const SceneMesh& mesh, const std::function<void(std::uint64_t)>& facesWritten) = 0;
+    // After the last mesh: the file's end.
+    virtual void end() = 0;
+};
+
+// Runs one export whose file `writer` formats (options.format is the
+// writer's, ThreeMF for 3MF). Everything else as exportScene.
+OMBREL_API ExportResult exportScene(const ExportOptions& options, SceneWriter& writer) noexcept;
 
 // Everything exportScene does but writing: the inputs are checked, read and
 // placed as the options say, and the result holds the report with its
