@@ -1,5 +1,7 @@
 #include "fuzz/CanonicalVek.h"
 
+#include "TestFiles.h"
+
 #include "fuzz/FuzzSupport.h"
 #include "tools/vekgen/VekWriter.h"
 
@@ -25,9 +27,9 @@ bool representable(const VekArrays& arrays) {
     return (!arrays.faces || arrays.faces->size() % 4 == 0) && (!arrays.uvs || arrays.uvs->size() % 4 == 0);
 }
 
-void writeCanonicalVek(const std::string& path, const VekArrays& arrays) {
+std::vector<unsigned char> canonicalVekBytes(const VekArrays& arrays) {
     FUZZ_CHECK(representable(arrays), "partial faces have no canonical block");
-    vekgen::VekWriter writer(path);
+    vekgen::VekWriter writer = vekgen::VekWriter::inMemory();
     if (arrays.points) writer.points(reinterpret_cast<const float*>(arrays.points->data()), arrays.points->size());
     if (arrays.faces) writer.face4(arrays.faces->data(), arrays.faces->size() / 4);
     if (arrays.uvs) writer.uv4(reinterpret_cast<const float*>(arrays.uvs->data()), arrays.uvs->size() / 4);
@@ -35,4 +37,7 @@ void writeCanonicalVek(const std::string& path, const VekArrays& arrays) {
     if (arrays.mrgb) writer.mrgb(std::span<const std::uint32_t>(arrays.mrgb->data(), arrays.mrgb->size()));
     writer.endBlock();
     writer.close();
+    return writer.bytes();
 }
+
+void writeCanonicalVek(const std::string& path, const VekArrays& arrays) { writeFileBytes(path, canonicalVekBytes(arrays)); }

@@ -10,6 +10,7 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 struct VekArrays {
     const QMArray<QMVector3f>* points = nullptr;
@@ -25,5 +26,7 @@ std::uint64_t arrayBytes(const VekArrays& arrays);
 // Whether the arrays fit blocks: face indices and UVs come in whole faces.
 bool representable(const VekArrays& arrays);
 
+// The file's bytes. The arrays must be representable.
+std::vector<unsigned char> canonicalVekBytes(const VekArrays& arrays);
 // Writes the file (replacing it). The arrays must be representable.
 void writeCanonicalVek(const std::string& path, const VekArrays& arrays);

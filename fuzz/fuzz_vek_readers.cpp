@@ -1,5 +1,6 @@
-// fuzz_vek_readers: the input is one Vek file, read by every reader of
-// QMVekIO. For any input:
+// fuzz_vek_readers: the input is one Vek file's bytes, read in memory by
+// every reader of QMVekIO (their byte forms: the same block walk the file
+// readers use, with no scratch file). For any input:
 //  - a reader fails exactly when the file lacks the 32-byte header with the
 //    magic "Vekb";
 //  - no array holds more bytes than the bodies in the file could, plus the
@@ -40,7 +41,7 @@ constexpr std::uint64_t kLargeRequest = 64 * 1024;
 // What the targets know about the input, shared by all checks.
 struct Input {
     std::span<const unsigned char> bytes;
-    QMString name;
+    VekBytes source;
     bool validHeader = false;
     std::uint64_t bodyBytes = 0;   // the most body bytes a block of the file can have
     std::uint64_t arrayLimit = 0;  // bytes any one array may hold
@@ -128,7 +129,7 @@ bool startsWithCompletePoints(const Input& in) {
 void checkBBox(const Input& in, const QMArray<QMVector3f>& firstPoints) {
     QMVekIO io;
     BBox box;
-    const bool result = io.readBBox(in.name, box);
+    const bool result = io.readBBox(in.source, box);
     const ExpectedBox expected = expectedReadBBox(in);
     FUZZ_CHECK(result == expected.result, std::string("readBBox returned ") + (result ? "true" : "false"));
     FUZZ_CHECK(sameBox(box, expected.box), "readBBox left another box than its algorithm gives");
@@ -138,14 +139,14 @@ void checkBBox(const Input& in, const QMArray<QMVector3f>& firstPoints) {
     }
 }
 
-// Rewrites the arrays as a canonical file and returns its path; empty when the
-// arrays have no canonical form or hold more bytes than the file.
-std::string rewrite(const Input& in, const VekArrays& arrays) {
+// The arrays rewritten as a canonical file; empty when the arrays have no
+// canonical form or hold more bytes than the file.
+std::vector<unsigned char> rewrite(const Input& in, const VekArrays& arrays) {
     if (!representable(arrays) || arrayBytes(arrays) > in.bytes.size()) return {};
-    const std::string path = scratchPath("canonical.vek");
-    writeCanonicalVek(path, arrays);
-    return path;
+    return canonicalVekBytes(arrays);
 }
+
+VekBytes inMemory(const std::vector<unsigned char>& file) { return VekBytes{file.data(), file.size()}; }
 
 // Counts the UV4 blocks that readUV4Bloc logs while it walks.
 int s_uv4Lines = 0;
@@ -158,19 +159,19 @@ struct Digests {
 void checkVertexBloc(const Input& in) {
     QMVekIO io;
     QMArray<QMVector3f> points;
-    checkResult(in, io.readVertexBloc(in.name, points), "readVertexBloc");
+    checkResult(in, io.readVertexBloc(in.source, points), "readVertexBloc");
     checkArray(in, points, "readVertexBloc's points");
     if (in.inspected.wellFormed())
         checkBody(points, in.inspected.firstBody(QMVekIO::kTagPoints), "readVertexBloc's points");
     checkBBox(in, points);
 
-    const std::string path = rewrite(in, {.points = &points});
-    if (path.empty()) return;
+    const std::vector<unsigned char> canonical = rewrite(in, {.points = &points});
+    if (canonical.empty()) return;
     QMArray<QMVector3f> again;
-    io.readVertexBloc(QMString(path.c_str()), again);
+    io.readVertexBloc(inMemory(canonical), again);
     FUZZ_CHECK(sameArray(points, again), "readVertexBloc's points do not survive a canonical rewrite");
     BBox box;
-    FUZZ_CHECK(io.readBBox(QMString(path.c_str()), box), "readBBox failed on a canonical file");
+    FUZZ_CHECK(io.readBBox(inMemory(canonical), box), "readBBox failed on a canonical file");
     FUZZ_CHECK(sameBox(box, boxOf(points)), "readBBox of a canonical file is not the box of its points");
 }
 
@@ -178,7 +179,7 @@ void checkFace4Bloc(const Input& in, Digests& digests) {
     QMVekIO io;
     QMArray<int> faces;
     bool hasUV = true;
-    checkResult(in, io.readFace4Bloc(in.name, faces, hasUV), "readFace4Bloc");
+    checkResult(in, io.readFace4Bloc(in.source, faces, hasUV), "readFace4Bloc");
     checkArray(in, faces, "readFace4Bloc's faces");
     if (in.inspected.wellFormed()) {
         checkBody(faces, in.inspected.lastBody(QMVekIO::kTagFace4), "readFace4Bloc's faces");
@@ -189,11 +190,11 @@ void checkFace4Bloc(const Input& in, Digests& digests) {
 
     // An empty UV4 block keeps hasUV in the rewrite.
     const QMArray<QMVector2f> noUVs;
-    const std::string path = rewrite(in, {.faces = &faces, .uvs = hasUV ? &noUVs : nullptr});
-    if (path.empty()) return;
+    const std::vector<unsigned char> canonical = rewrite(in, {.faces = &faces, .uvs = hasUV ? &noUVs : nullptr});
+    if (canonical.empty()) return;
     QMArray<int> again;
     bool hasUVAgain = !hasUV;
-    io.readFace4Bloc(QMString(path.c_str()), again, hasUVAgain);
+    io.readFace4Bloc(inMemory(canonical), again, hasUVAgain);
     FUZZ_CHECK(sameArray(faces, again) && hasUV == hasUVAgain,
                "readFace4Bloc's faces do not survive a canonical rewrite");
 }
@@ -204,45 +205,45 @@ void checkUV4Bloc(const Input& in, Digests& digests) {
     s_uv4Lines = 0;
     QMLogServer::setObserver(
         [](const char* line) { s_uv4Lines += std::string_view(line).find("[UV4]") != std::string_view::npos; });
-    const bool result = io.readUV4Bloc(in.name, uvs);
+    const bool result = io.readUV4Bloc(in.source, uvs);
     QMLogServer::setObserver({});
     checkResult(in, result, "readUV4Bloc");
     checkArray(in, uvs, "readUV4Bloc's UVs");
     if (in.inspected.wellFormed()) checkBody(uvs, in.inspected.lastBody(QMVekIO::kTagUV4), "readUV4Bloc's UVs");
     digests.uvs3 = digestOf(uvs);
 
-    const std::string path = rewrite(in, {.uvs = &uvs});
-    if (path.empty()) return;
+    const std::vector<unsigned char> canonical = rewrite(in, {.uvs = &uvs});
+    if (canonical.empty()) return;
     QMArray<QMVector2f> again;
-    io.readUV4Bloc(QMString(path.c_str()), again);
+    io.readUV4Bloc(inMemory(canonical), again);
     FUZZ_CHECK(sameArray(uvs, again), "readUV4Bloc's UVs do not survive a canonical rewrite");
 }
 
 void checkMRGBBloc(const Input& in) {
     QMVekIO io;
     QMArray<std::uint32_t> mrgb;
-    checkResult(in, io.readMRGBBloc(in.name, mrgb), "readMRGBBloc");
+    checkResult(in, io.readMRGBBloc(in.source, mrgb), "readMRGBBloc");
     checkArray(in, mrgb, "readMRGBBloc's words");
     if (in.inspected.wellFormed()) checkBody(mrgb, in.inspected.firstBody(QMVekIO::kTagMRGB), "readMRGBBloc's words");
 
-    const std::string path = rewrite(in, {.mrgb = &mrgb});
-    if (path.empty()) return;
+    const std::vector<unsigned char> canonical = rewrite(in, {.mrgb = &mrgb});
+    if (canonical.empty()) return;
     QMArray<std::uint32_t> again;
-    io.readMRGBBloc(QMString(path.c_str()), again);
+    io.readMRGBBloc(inMemory(canonical), again);
     FUZZ_CHECK(sameArray(mrgb, again), "readMRGBBloc's words do not survive a canonical rewrite");
 }
 
 void checkMaskBloc(const Input& in) {
     QMVekIO io;
     QMArray<unsigned char> mask;
-    checkResult(in, io.readMaskBloc(in.name, mask), "readMaskBloc");
+    checkResult(in, io.readMaskBloc(in.source, mask), "readMaskBloc");
     checkArray(in, mask, "readMaskBloc's bytes");
     if (in.inspected.wellFormed()) checkBody(mask, in.inspected.firstBody(QMVekIO::kTagMask), "readMaskBloc's bytes");
 
-    const std::string path = rewrite(in, {.mask = &mask});
-    if (path.empty()) return;
+    const std::vector<unsigned char> canonical = rewrite(in, {.mask = &mask});
+    if (canonical.empty()) return;
     QMArray<unsigned char> again;
-    io.readMaskBloc(QMString(path.c_str()), again);
+    io.readMaskBloc(inMemory(canonical), again);
     FUZZ_CHECK(sameArray(mask, again), "readMaskBloc's bytes do not survive a canonical rewrite");
 }
 
@@ -271,16 +272,16 @@ void checkVertexAndFace4Blocs(const Input& in) {
     QMVekIO io;
     QMArray<QMVector3f> points;
     QMArray<int> faces;
-    checkResult(in, io.readVertexAndFace4Blocs(in.name, points, faces), "readVertexAndFace4Blocs");
+    checkResult(in, io.readVertexAndFace4Blocs(in.source, points, faces), "readVertexAndFace4Blocs");
     checkArray(in, points, "readVertexAndFace4Blocs's points");
     checkArray(in, faces, "readVertexAndFace4Blocs's faces");
     if (in.inspected.wellFormed()) checkVertexAndFace4Model(in, points, faces);
 
-    const std::string path = rewrite(in, {.points = &points, .faces = &faces});
-    if (path.empty()) return;
+    const std::vector<unsigned char> canonical = rewrite(in, {.points = &points, .faces = &faces});
+    if (canonical.empty()) return;
     QMArray<QMVector3f> pointsAgain;
     QMArray<int> facesAgain;
-    io.readVertexAndFace4Blocs(QMString(path.c_str()), pointsAgain, facesAgain);
+    io.readVertexAndFace4Blocs(inMemory(canonical), pointsAgain, facesAgain);
     FUZZ_CHECK(sameArray(points, pointsAgain) && sameArray(faces, facesAgain),
                "readVertexAndFace4Blocs's arrays do not survive a canonical rewrite");
 }
@@ -290,7 +291,7 @@ void checkVtxFace4AndUV4Blocs(const Input& in, Digests& digests) {
     QMArray<QMVector3f> points;
     QMArray<int> faces;
     QMArray<QMVector2f> uvs;
-    checkResult(in, io.readVtxFace4AndUV4Blocs(in.name, points, faces, uvs), "readVtxFace4AndUV4Blocs");
+    checkResult(in, io.readVtxFace4AndUV4Blocs(in.source, points, faces, uvs), "readVtxFace4AndUV4Blocs");
     checkArray(in, points, "readVtxFace4AndUV4Blocs's points");
     checkArray(in, faces, "readVtxFace4AndUV4Blocs's faces");
     checkArray(in, uvs, "readVtxFace4AndUV4Blocs's UVs");
@@ -305,12 +306,12 @@ void checkVtxFace4AndUV4Blocs(const Input& in, Digests& digests) {
     FUZZ_CHECK(digests.faces7 == digests.faces2, "readVtxFace4AndUV4Blocs and readFace4Bloc read other faces");
     FUZZ_CHECK(digests.uvs7 == digests.uvs3, "readVtxFace4AndUV4Blocs and readUV4Bloc read other UVs");
 
-    const std::string path = rewrite(in, {.points = &points, .faces = &faces, .uvs = &uvs});
-    if (path.empty()) return;
+    const std::vector<unsigned char> canonical = rewrite(in, {.points = &points, .faces = &faces, .uvs = &uvs});
+    if (canonical.empty()) return;
     QMArray<QMVector3f> pointsAgain;
     QMArray<int> facesAgain;
     QMArray<QMVector2f> uvsAgain;
-    io.readVtxFace4AndUV4Blocs(QMString(path.c_str()), pointsAgain, facesAgain, uvsAgain);
+    io.readVtxFace4AndUV4Blocs(inMemory(canonical), pointsAgain, facesAgain, uvsAgain);
     FUZZ_CHECK(sameArray(points, pointsAgain) && sameArray(faces, facesAgain) && sameArray(uvs, uvsAgain),
                "readVtxFace4AndUV4Blocs's arrays do not survive a canonical rewrite");
 }
@@ -321,7 +322,7 @@ void checkVtxFace4UV4AndMRGBBlocs(const Input& in, const Digests& digests) {
     QMArray<int> faces;
     QMArray<QMVector2f> uvs;
     QMArray<std::uint32_t> mrgb;
-    checkResult(in, io.readVtxFace4UV4AndMRGBBlocs(in.name, points, faces, uvs, mrgb), "readVtxFace4UV4AndMRGBBlocs");
+    checkResult(in, io.readVtxFace4UV4AndMRGBBlocs(in.source, points, faces, uvs, mrgb), "readVtxFace4UV4AndMRGBBlocs");
     checkArray(in, points, "readVtxFace4UV4AndMRGBBlocs's points");
     checkArray(in, faces, "readVtxFace4UV4AndMRGBBlocs's faces");
     checkArray(in, uvs, "readVtxFace4UV4AndMRGBBlocs's UVs");
@@ -339,7 +340,7 @@ void checkVtxFace4UV4AndMRGBBlocs(const Input& in, const Digests& digests) {
     QMArray<QMVector2f> callerUVs = {QMVector2f(0.25f, -1.0f), QMVector2f(7.0f, 8.0f)};
     const QMArray<QMVector2f> before = callerUVs;
     QMArray<std::uint32_t> mrgbAgain;
-    io.readVtxFace4UV4AndMRGBBlocs(in.name, pointsAgain, facesAgain, callerUVs, mrgbAgain);
+    io.readVtxFace4UV4AndMRGBBlocs(in.source, pointsAgain, facesAgain, callerUVs, mrgbAgain);
     if (digests.hasUV)
         FUZZ_CHECK(callerUVs.size() == uvs.size(), "the caller's UVs changed the size of the UVs read");
     else
@@ -347,10 +348,10 @@ void checkVtxFace4UV4AndMRGBBlocs(const Input& in, const Digests& digests) {
     FUZZ_CHECK(sameArray(points, pointsAgain) && sameArray(faces, facesAgain) && sameArray(mrgb, mrgbAgain),
                "the caller's UVs changed the other arrays read");
 
-    const std::string path = rewrite(in, {.points = &points, .faces = &faces, .uvs = &uvs, .mrgb = &mrgb});
-    if (path.empty()) return;
+    const std::vector<unsigned char> canonical = rewrite(in, {.points = &points, .faces = &faces, .uvs = &uvs, .mrgb = &mrgb});
+    if (canonical.empty()) return;
     QMArray<QMVector2f> uvsAgain;
-    io.readVtxFace4UV4AndMRGBBlocs(QMString(path.c_str()), pointsAgain, facesAgain, uvsAgain, mrgbAgain);
+    io.readVtxFace4UV4AndMRGBBlocs(inMemory(canonical), pointsAgain, facesAgain, uvsAgain, mrgbAgain);
     FUZZ_CHECK(sameArray(points, pointsAgain) && sameArray(faces, facesAgain) && sameArray(uvs, uvsAgain) &&
                    sameArray(mrgb, mrgbAgain),
                "readVtxFace4UV4AndMRGBBlocs's arrays do not survive a canonical rewrite");
@@ -363,7 +364,7 @@ void checkLargeInput(const Input& in) {
         QMArray<int> faces;
         QMArray<QMVector2f> uvs;
         QMArray<std::uint32_t> mrgb;
-        checkResult(in, io.readVtxFace4UV4AndMRGBBlocs(in.name, points, faces, uvs, mrgb),
+        checkResult(in, io.readVtxFace4UV4AndMRGBBlocs(in.source, points, faces, uvs, mrgb),
                     "readVtxFace4UV4AndMRGBBlocs");
         checkArray(in, points, "readVtxFace4UV4AndMRGBBlocs's points");
         checkArray(in, faces, "readVtxFace4UV4AndMRGBBlocs's faces");
@@ -371,7 +372,7 @@ void checkLargeInput(const Input& in) {
         checkArray(in, mrgb, "readVtxFace4UV4AndMRGBBlocs's words");
     }
     QMArray<unsigned char> mask;
-    checkResult(in, io.readMaskBloc(in.name, mask), "readMaskBloc");
+    checkResult(in, io.readMaskBloc(in.source, mask), "readMaskBloc");
     checkArray(in, mask, "readMaskBloc's bytes");
 }
 
@@ -379,14 +380,12 @@ void checkLargeInput(const Input& in) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::span<const unsigned char> bytes(data, size);
-    const std::string path = scratchPath("input.vek");
-    writeFileBytes(path, std::vector<unsigned char>(bytes.begin(), bytes.end()));
 
     const InspectedVek inspected(bytes);
     const std::size_t headers = QMVekIO::kFileHeaderSize + sizeof(Vek_Header);
     const Input in{
         .bytes = bytes,
-        .name = QMString(path.c_str()),
+        .source = VekBytes{data, size},
         .validHeader = size >= QMVekIO::kFileHeaderSize && std::memcmp(data, "Vekb", 4) == 0,
         .bodyBytes = size > headers ? size - headers : 0,
         .arrayLimit = (size > headers ? size - headers : 0) + QMVekIO::kBodyAllowance,
