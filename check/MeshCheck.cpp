@@ -9,6 +9,7 @@
 #include <map>
 #include <memory>
 #include <new>
+#include <stdexcept>
 
 namespace ombrel::check {
 
@@ -86,29 +87,37 @@ private:
 };
 
 // The edges of the triangles, kept with their smaller vertex: for vertex v,
-// entries m_first[v] to m_first[v + 1] - 1 of m_entries, each the other
-// vertex times two plus 1 when the edge runs from it to v. Filled by
-// counting first, so it takes four bytes an edge.
+// the entries from begin(v) to end(v), each the other vertex times two plus
+// 1 when the edge runs from it to v. Counted first, then filled from each
+// list's end, so it takes four bytes an edge and four a vertex.
 class EdgeLists {
 public:
     explicit EdgeLists(std::size_t vertices) : m_first(vertices + 1, 0) {}
     void count(std::uint32_t a, std::uint32_t b) { ++m_first[std::min(a, b) + 1]; }
     void allocate() {
-        for (std::size_t v = 1; v < m_first.size(); ++v) m_first[v] += m_first[v - 1];
-        m_entries.reset(new std::uint32_t[m_first.back()]);
-        m_next = m_first;
+        std::uint64_t total = 0;
+        for (std::size_t v = 1; v < m_first.size(); ++v) {
+            total += m_first[v];
+            // Offsets are kept in 32 bits: a mesh of over a billion faces is
+            // more than one check holds.
+            if (total > std::numeric_limits<std::uint32_t>::max()) throw std::length_error("too many edges");
+            m_first[v] = static_cast<std::uint32_t>(total);
+        }
+        m_total = static_cast<std::uint32_t>(total);
+        m_entries.reset(new std::uint32_t[m_total]);
     }
+    // After every add, m_first[v + 1] is where the list of v begins.
     void add(std::uint32_t from, std::uint32_t to) {
         const std::uint32_t low = std::min(from, to), high = std::max(from, to);
-        m_entries[m_next[low]++] = 2 * high + (from == high ? 1u : 0u);
+        m_entries[--m_first[low + 1]] = 2 * high + (from == high ? 1u : 0u);
     }
     std::size_t vertices() const { return m_first.size() - 1; }
-    std::uint32_t* begin(std::size_t v) { return m_entries.get() + m_first[v]; }
-    std::uint32_t* end(std::size_t v) { return m_entries.get() + m_first[v + 1]; }
+    std::uint32_t* begin(std::size_t v) { return m_entries.get() + m_first[v + 1]; }
+    std::uint32_t* end(std::size_t v) { return m_entries.get() + (v + 2 < m_first.size() ? m_first[v + 2] : m_total); }
 
 private:
-    std::vector<std::uint64_t> m_first;
-    std::vector<std::uint64_t> m_next;
+    std::vector<std::uint32_t> m_first;
+    std::uint32_t m_total = 0;
     std::unique_ptr<std::uint32_t[]> m_entries;
 };
 
@@ -248,7 +257,6 @@ MeshCheck::MeshCheck(const MeshSource& mesh, const QMMatrix4f* matrix) {
     // Triangles, areas, degenerate ones, and the pieces they join.
     UnionFind pieces(numPoints);
     EdgeLists edges(numPoints);
-    std::vector<double> volumeAt(numPoints, 0.0);
     const auto triangle = [&](std::uint32_t a, std::uint32_t b, std::uint32_t c) {
         ++m_figures.triangles;
         const QMVector3f& p = points[a];
@@ -259,8 +267,6 @@ MeshCheck::MeshCheck(const MeshSource& mesh, const QMMatrix4f* matrix) {
         const double area = 0.5 * length(uy * wz - uz * wy, uz * wx - ux * wz, ux * wy - uy * wx);
         m_figures.surfaceArea += area;
         if (area == 0.0 || !isProper(a, b, c)) ++m_figures.degenerateTriangles;
-        // Kept at the triangle's first vertex until its piece is known.
-        volumeAt[a] += tetrahedronVolume(p, q, r);
         pieces.join(a, b);
         pieces.join(a, c);
     };
@@ -286,15 +292,17 @@ MeshCheck::MeshCheck(const MeshSource& mesh, const QMMatrix4f* matrix) {
         }
         return shellOf[root];
     };
+    // Each shell's box, and its signed volume: the tetrahedra of its
+    // triangles with the origin.
     forEachFace([&](const std::uint32_t* v, bool isQuad) {
         Shell& shell = m_shells[shellAt(v[0])];
         for (int j = 0; j < (isQuad ? 4 : 3); ++j) {
             shell.min = lower(shell.min, points[v[j]]);
             shell.max = upper(shell.max, points[v[j]]);
         }
+        shell.signedVolume += tetrahedronVolume(points[v[0]], points[v[1]], points[v[2]]);
+        if (isQuad) shell.signedVolume += tetrahedronVolume(points[v[0]], points[v[2]], points[v[3]]);
     });
-    for (std::size_t v = 0; v < numPoints; ++v)
-        if (volumeAt[v] != 0.0) m_shells[shellAt(static_cast<std::uint32_t>(v))].signedVolume += volumeAt[v];
 
     // Each edge's uses: one is open, two running opposite ways are sound,
     // two the same way are flipped, three or more are non-manifold.

@@ -160,10 +160,11 @@ public:
 
     // Checks the mesh just read, placed as it is written, when the plan
     // asks for the check.
-    void checkFile(const QMArray<QMVector3f>& points, const QMArray<int>& faces, const QMMatrix4f& matrix,
+    // `matrix` null: the points are placed already.
+    void checkFile(const QMArray<QMVector3f>& points, const QMArray<int>& faces, const QMMatrix4f* matrix,
                    UpAxis up) {
         if (!m_plan.check || faces.empty()) return;
-        m_meshChecks.push_back(std::make_unique<check::MeshCheck>(ArrayMeshSource(points, faces), &matrix));
+        m_meshChecks.push_back(std::make_unique<check::MeshCheck>(ArrayMeshSource(points, faces), matrix));
         m_checkedFiles.push_back(m_result.report.files.size() - 1);
         m_result.report.files.back().check = check::checkAlone(*m_meshChecks.back(), upIndex(up));
     }
@@ -208,6 +209,11 @@ private:
     std::vector<std::size_t> m_checkedFiles;                      // the file of each mesh check
 };
 
+// Places every point as the STL writer would (its projective product).
+void placeInPlace(QMArray<QMVector3f>& points, const QMMatrix4f& matrix) {
+    for (QMVector3f& point : points) point = matrix.multVec3f(point);
+}
+
 // Faces of `faces` with a corner that names no point of `numPoints` (for a
 // triangle, its three corners).
 std::uint64_t facesWithMissingPoints(const QMArray<int>& faces, std::size_t numPoints) {
@@ -232,7 +238,9 @@ void runExport(const ExportPlan& plan, QMSTLExport& exporter, ExportResult& resu
     const std::optional<ScenePlacement> placement = session.measureAndPlace(plan.up);
     if (!placement) return;
     exporter.m_matrix = placement->matrix;
-    exporter.m_useMatrix = true;
+    // Points placed where they are read serve the writer and the check with
+    // no copy; the host's exporter places them itself, as it always has.
+    exporter.m_useMatrix = !plan.placePointsInPlace;
     AbandonOnUnwind<QMSTLExport> guard(exporter);
     exporter.setProgress(session.progress());
     if (!exporter.startExportKMeshes(plan.outputPath, plan.format == Format::BinaryStl)) {
@@ -247,10 +255,11 @@ void runExport(const ExportPlan& plan, QMSTLExport& exporter, ExportResult& resu
         const bool readable = reader.readVertexAndFace4Blocs(plan.inputs[i].readerPath, points, faces);
         turnUpright(points, plan.up);
         session.fileRead(i, readable, points, faces);
+        if (plan.placePointsInPlace) placeInPlace(points, placement->matrix);
         const std::uint64_t trianglesBefore = exporter.trianglesWritten();
         const std::uint64_t skippedBefore = exporter.facesSkipped();
         if (!faces.empty()) exporter.writeKMesh(points, faces);
-        session.checkFile(points, faces, placement->matrix, plan.up);
+        session.checkFile(points, faces, plan.placePointsInPlace ? nullptr : &placement->matrix, plan.up);
         file.trianglesWritten = exporter.trianglesWritten() - trianglesBefore;
         file.facesSkipped = exporter.facesSkipped() - skippedBefore;
         if (file.facesSkipped != 0) session.warn(WarningKind::kFacesSkipped, "Face4", file.facesSkipped);
@@ -292,7 +301,7 @@ void runExport(const ExportPlan& plan, QMVRMLExport& exporter, ExportResult& res
         QMDiskServer::removePathFromFilename(textureName);
         if (faces.empty()) continue;
         exporter.writeKMesh(points, faces, uvs, textureName, &colours);
-        session.checkFile(points, faces, placement->matrix, UpAxis::Y);
+        session.checkFile(points, faces, &placement->matrix, UpAxis::Y);
         if (const std::uint64_t bad = facesWithMissingPoints(faces, points.size()))
             session.warn(WarningKind::kFacesWithMissingPoints, "Face4", bad);
     }
@@ -317,7 +326,8 @@ void runCheck(const ExportPlan& plan, ExportResult& result) {
         const bool readable = reader.readVertexAndFace4Blocs(plan.inputs[i].readerPath, points, faces);
         turnUpright(points, up);
         session.fileRead(i, readable, points, faces);
-        session.checkFile(points, faces, placement->matrix, up);
+        placeInPlace(points, placement->matrix);
+        session.checkFile(points, faces, nullptr, up);
         session.progress()->facesWritten(faces.size() / 4);
     }
     session.checkScene(up);
@@ -338,7 +348,6 @@ void runExport(const ExportPlan& plan, SceneWriter& writer, ExportResult& result
     QMArray<int> faces;
     QMArray<QMVector2f> uvs;
     QMArray<std::uint32_t> colours;
-    std::vector<QMVector3f> placed;
     const auto facesWritten = [&](std::uint64_t count) { session.progress()->facesWritten(count); };
     for (std::size_t i = 0; i < plan.inputs.size(); ++i) {
         QMVekIO reader;
@@ -350,13 +359,11 @@ void runExport(const ExportPlan& plan, SceneWriter& writer, ExportResult& result
         session.fileRead(i, readable, points, faces);
         if (!plan.vertexColors) colours.clear();
         if (faces.size() < 4) continue;
-        // Placed as the STL writer places them.
-        placed.resize(points.size());
-        for (std::size_t p = 0; p < points.size(); ++p) placed[p] = placement->matrix.multVec3f(points[p]);
+        placeInPlace(points, placement->matrix);
         SceneMesh mesh;
         mesh.name = QMString(plan.inputs[i].displayPath.c_str()).getFileName().c_str();
-        mesh.points = placed.empty() ? nullptr : &placed[0].x;
-        mesh.pointCount = placed.size();
+        mesh.points = points.empty() ? nullptr : &points[0].x;
+        mesh.pointCount = points.size();
         mesh.faces = faces.data();
         mesh.faceCount = faces.size() / 4;
         mesh.colours = colours.empty() ? nullptr : colours.data();
@@ -365,7 +372,7 @@ void runExport(const ExportPlan& plan, SceneWriter& writer, ExportResult& result
         result.report.trianglesWritten += file.trianglesWritten;
         file.facesSkipped = facesWithMissingPoints(faces, points.size());
         if (file.facesSkipped != 0) session.warn(WarningKind::kFacesSkipped, "Face4", file.facesSkipped);
-        session.checkFile(points, faces, placement->matrix, plan.up);
+        session.checkFile(points, faces, nullptr, plan.up);
     }
     session.checkScene(plan.up);
     writer.end();
