@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <sys/stat.h>
 #include <string>
 #include <vector>
 
@@ -293,4 +294,13 @@ TEST(VekInspector, StatusNames) {
     EXPECT_STREQ(statusName(VekStatus::NotVek), "not a Vek file");
     EXPECT_STREQ(statusName(VekStatus::Truncated), "truncated");
     EXPECT_STREQ(statusName(VekStatus::Damaged), "damaged");
+}
+
+TEST(VekInspectorNonRegular, APipeIsNotOpenedAndCannotBlock) {
+    TempDir dir;
+    const std::string pipe = dir.file("pipe.vek");
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    const vekgen::VekInspection r = vekgen::VekInspector::inspectFile(pipe);
+    EXPECT_EQ(r.status, vekgen::VekStatus::CannotOpen);
+    EXPECT_EQ(r.message, "cannot open " + pipe + ": not a regular file");
 }

@@ -163,6 +163,10 @@ VekInspection VekInspector::inspectFile(const std::string& path) {
     };
     std::error_code ec;
     if (std::filesystem::is_directory(path, ec)) return fail("it is a directory");
+    // A pipe or a device could block the read for ever, or never end.
+    const std::filesystem::file_status kind = std::filesystem::status(path, ec);
+    if (!ec && std::filesystem::exists(kind) && !std::filesystem::is_regular_file(kind))
+        return fail("not a regular file");
     errno = 0;
     std::FILE* f = std::fopen(path.c_str(), "rb");
     if (!f) return fail(errno ? std::strerror(errno) : "unknown error");
