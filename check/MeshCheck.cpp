@@ -1,5 +1,6 @@
 #include "check/MeshCheck.h"
 
+#include "check/UnionFind.h"
 #include "export/PlacedPoints.h"
 
 #include <algorithm>
@@ -63,28 +64,6 @@ std::vector<std::uint32_t> matchEqualPoints(const PlacedPoints& points) {
     return vertexOf;
 }
 
-// Pieces joined through shared vertices.
-class UnionFind {
-public:
-    explicit UnionFind(std::size_t n) : m_parent(n) {
-        for (std::size_t i = 0; i < n; ++i) m_parent[i] = static_cast<std::uint32_t>(i);
-    }
-    std::uint32_t find(std::uint32_t x) {
-        while (m_parent[x] != x) {
-            m_parent[x] = m_parent[m_parent[x]];
-            x = m_parent[x];
-        }
-        return x;
-    }
-    void join(std::uint32_t a, std::uint32_t b) {
-        a = find(a);
-        b = find(b);
-        if (a != b) m_parent[std::max(a, b)] = std::min(a, b);
-    }
-
-private:
-    std::vector<std::uint32_t> m_parent;
-};
 
 // The edges of the triangles, kept with their smaller vertex: for vertex v,
 // the entries from begin(v) to end(v), each the other vertex times two plus
@@ -255,7 +234,7 @@ MeshCheck::MeshCheck(const MeshSource& mesh, const QMMatrix4f* matrix) {
     };
 
     // Triangles, areas, degenerate ones, and the pieces they join.
-    UnionFind pieces(numPoints);
+    UnionFind<std::uint32_t> pieces(numPoints);
     EdgeLists edges(numPoints);
     const auto triangle = [&](std::uint32_t a, std::uint32_t b, std::uint32_t c) {
         ++m_figures.triangles;

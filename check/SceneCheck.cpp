@@ -1,5 +1,7 @@
 #include "check/SceneCheck.h"
 
+#include "check/UnionFind.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstring>
@@ -33,24 +35,6 @@ bool touch(const Shell& a, const Shell& b, double tolerance) {
     return true;
 }
 
-class ShellUnion {
-public:
-    explicit ShellUnion(std::size_t n) : m_parent(n) {
-        for (std::size_t i = 0; i < n; ++i) m_parent[i] = i;
-    }
-    std::size_t find(std::size_t x) {
-        while (m_parent[x] != x) x = m_parent[x] = m_parent[m_parent[x]];
-        return x;
-    }
-    void join(std::size_t a, std::size_t b) {
-        a = find(a);
-        b = find(b);
-        if (a != b) m_parent[std::max(a, b)] = std::min(a, b);
-    }
-
-private:
-    std::vector<std::size_t> m_parent;
-};
 
 // Which shells float: above the plate, touching no other box.
 std::vector<bool> floatingShells(const std::vector<Shell>& shells, int upAxis) {
@@ -94,7 +78,7 @@ PrintCheck SceneCheck::figures(std::vector<std::uint64_t>* floatingPerMesh) cons
             uses[forward ? std::make_pair(from, to) : std::make_pair(to, from)].push_back(
                 {firstShell[m] + edge.shell, forward});
         }
-    ShellUnion joined(shells.size());
+    UnionFind<std::size_t> joined(shells.size());
     std::vector<std::uint64_t> openEdgesLeft(shells.size(), 0);
     std::vector<bool> nonManifold(shells.size(), false);
     for (std::size_t s = 0; s < shells.size(); ++s) nonManifold[s] = shells[s].nonManifold;

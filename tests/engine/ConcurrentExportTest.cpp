@@ -13,12 +13,6 @@
 
 namespace {
 
-using ombrel::ExportOptions;
-using ombrel::ExportResult;
-using ombrel::Format;
-using ombrel::Progress;
-using ombrel::ProgressAction;
-
 class ConcurrentExportTest : public ::testing::Test {
 protected:
     void SetUp() override {

@@ -16,9 +16,6 @@
 
 namespace {
 
-using ombrel::ExportOptions;
-using ombrel::Format;
-
 struct Variant {
     const char* name;
     Format format;

@@ -18,6 +18,18 @@
 #include <string>
 #include <vector>
 
+// The engine's names the tests use.
+using ombrel::ExportOptions;
+using ombrel::ExportResult;
+using ombrel::Format;
+using ombrel::Phase;
+using ombrel::Progress;
+using ombrel::ProgressAction;
+using ombrel::StatusKind;
+using ombrel::UpAxis;
+using ombrel::WarningKind;
+using Names = std::vector<std::string>;
+
 // ---------------------------------------------------------------- options
 
 // The options of an export of `paths` (each textured with its own name) to

@@ -12,15 +12,6 @@
 
 namespace {
 
-using ombrel::ExportOptions;
-using ombrel::ExportResult;
-using ombrel::Format;
-using ombrel::Phase;
-using ombrel::Progress;
-using ombrel::ProgressAction;
-using ombrel::StatusKind;
-using Names = std::vector<std::string>;
-
 // A scene of 200,000 faces in two files, written once per test program.
 const GeneratedScene& largeScene() {
     static TempDir directory;

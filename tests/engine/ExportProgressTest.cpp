@@ -13,13 +13,6 @@
 
 namespace {
 
-using ombrel::ExportOptions;
-using ombrel::ExportResult;
-using ombrel::Format;
-using ombrel::Phase;
-using ombrel::Progress;
-using ombrel::ProgressAction;
-
 // A scene of 210,000 faces in three files, written once per test program:
 // each file holds more faces than the longest allowed gap between calls.
 const GeneratedScene& progressScene() {

@@ -14,10 +14,6 @@
 
 namespace {
 
-using ombrel::ExportOptions;
-using ombrel::ExportResult;
-using ombrel::Format;
-using ombrel::WarningKind;
 using vekgen::Face4;
 using vekgen::Point3;
 

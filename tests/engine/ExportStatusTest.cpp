@@ -26,12 +26,6 @@
 
 namespace {
 
-using ombrel::ExportOptions;
-using ombrel::ExportResult;
-using ombrel::Format;
-using ombrel::StatusKind;
-using Names = std::vector<std::string>;
-
 // One quad on four points: the smallest scene with something to write.
 std::string writeQuadVek(const std::string& path) {
     return writeVekFile(path, [](vekgen::VekWriter& w) {

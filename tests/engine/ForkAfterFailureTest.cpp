@@ -13,14 +13,6 @@
 
 namespace {
 
-using ombrel::ExportOptions;
-using ombrel::ExportResult;
-using ombrel::Format;
-using ombrel::Phase;
-using ombrel::Progress;
-using ombrel::ProgressAction;
-using ombrel::StatusKind;
-
 class ForkAfterFailureTest : public ::testing::TestWithParam<Format> {
 protected:
     void SetUp() override { scene = writeGeneratedScene(in.path(), vekgen::SceneOptions{60'000, 2, 51}); }

@@ -15,15 +15,6 @@
 
 namespace {
 
-using ombrel::ExportOptions;
-using ombrel::ExportResult;
-using ombrel::Format;
-using ombrel::Phase;
-using ombrel::Progress;
-using ombrel::ProgressAction;
-using ombrel::StatusKind;
-using Names = std::vector<std::string>;
-
 class OutOfMemoryTest : public ::testing::TestWithParam<Format> {
 protected:
     void TearDown() override { allocation_failure::disarm(); }

@@ -49,14 +49,7 @@ int runCheckCommand(const std::vector<std::string>& arguments) {
         options.height = height;
         return true;
     });
-    line.value('\0', "up", [&](const std::string& value) {
-        if (value != "z" && value != "y" && value != "Z" && value != "Y") {
-            printError("--up takes z or y, not '" + value + "'");
-            return false;
-        }
-        options.up = value == "y" || value == "Y" ? ombrel::UpAxis::Y : ombrel::UpAxis::Z;
-        return true;
-    });
+    line.value('\0', "up", [&](const std::string& value) { return parseUpOption(value, options.up); });
     line.flag('\0', "strict", [&] { strict = true; });
     std::vector<std::string> files;
     if (const std::optional<int> status = line.parse(arguments, files)) return *status;

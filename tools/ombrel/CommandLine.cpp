@@ -125,3 +125,15 @@ bool parseHeightOption(const std::string& option, const std::string& value, doub
     }
     return true;
 }
+
+bool parseUpOption(const std::string& value, ombrel::UpAxis& up) {
+    if (value == "y" || value == "Y") {
+        up = ombrel::UpAxis::Y;
+    } else if (value == "z" || value == "Z") {
+        up = ombrel::UpAxis::Z;
+    } else {
+        printError("--up needs y or z, not '" + value + "'");
+        return false;
+    }
+    return true;
+}

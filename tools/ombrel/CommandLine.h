@@ -1,5 +1,7 @@
 #pragma once
 
+#include "engine/OmbrelExport.h"
+
 #include <functional>
 #include <optional>
 #include <string>
@@ -72,3 +74,7 @@ bool parseNumberOption(const std::string& option, const std::string& value, doub
 // largest float (the engine places in single precision). False (after a
 // one-line message) for anything else.
 bool parseHeightOption(const std::string& option, const std::string& value, double& height);
+
+// Reads --up: y or z in either case. False (after a one-line message) for
+// anything else.
+bool parseUpOption(const std::string& value, ombrel::UpAxis& up);

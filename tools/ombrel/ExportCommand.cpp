@@ -129,15 +129,7 @@ int runExportCommand(const std::vector<std::string>& arguments) {
     });
     line.value('\0', "up", [&](const std::string& value) {
         upGiven = true;
-        if (value == "y" || value == "Y") {
-            options.up = ombrel::UpAxis::Y;
-        } else if (value == "z" || value == "Z") {
-            options.up = ombrel::UpAxis::Z;
-        } else {
-            printError("--up needs y or z, not '" + value + "'");
-            return false;
-        }
-        return true;
+        return parseUpOption(value, options.up);
     });
     line.flag('\0', "colors", [&] { options.vertexColors = true; });
     line.flag('\0', "colours", [&] { options.vertexColors = true; });
