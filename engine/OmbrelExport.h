@@ -89,7 +89,7 @@ struct ExportOptions {
     // The scene's size along the up axis after the export. Without one the
     // scene keeps its own size (it is only moved).
     std::optional<double> height;
-    bool vertexColors = false;  // VRML: write the files' MRGB colours per vertex
+    bool vertexColors = false;  // VRML and 3MF: write the files' MRGB colours per vertex
     UpAxis up = UpAxis::Y;      // ignored for VRML
     ProgressCallback progress;  // may be empty
     bool check = true;          // make the print-readiness check of the report
@@ -145,8 +145,8 @@ struct FileReport {
     std::string path;
     std::uint64_t points = 0;
     std::uint64_t faces = 0;
-    std::uint64_t trianglesWritten = 0;  // STL: triangles written (a quad gives two); VRML: 0
-    std::uint64_t facesSkipped = 0;      // STL: faces left out for naming a missing point
+    std::uint64_t trianglesWritten = 0;  // STL, 3MF, 3MF: triangles written (a quad gives two); VRML: 0
+    std::uint64_t facesSkipped = 0;      // STL, 3MF: faces left out for naming a missing point
     bool hasColours = false;  // an MRGB block with at least one colour
     bool hasUVs = false;      // a UV4 block with at least one entry
     PrintCheck check;         // the file on its own, but its shells float or not in the scene

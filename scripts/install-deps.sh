@@ -10,7 +10,7 @@ if [[ "${1:-}" != demo ]]; then
   packages+=(g++-multilib lib32stdc++-12-dev googletest pkg-config binutils bsdutils
     python3 python3-numpy python3-stl python3-vtk9 admesh prusa-slicer groff-base man-db
     clang-14 libclang-rt-14-dev llvm-14
-    assimp-utils python3-meshio)
+    assimp-utils python3-meshio libarchive-dev lib3mf-dev)
 fi
 
 missing=()

@@ -232,4 +232,8 @@ char* appendFixed6(char* out, double value) {
     return std::to_chars(out, out + kMaxFixed6Length, value, std::chars_format::fixed, 6).ptr;
 }
 
+char* appendShortestFloat(char* out, float value) {
+    return std::to_chars(out, out + kMaxShortestFloatLength, value).ptr;
+}
+
 char* appendInteger(char* out, int value) { return std::to_chars(out, out + kMaxIntegerLength, value).ptr; }

@@ -66,7 +66,9 @@ protected:
         EXPECT_NEAR(check.size[2], std::stod(info["size_z"]), 1e-3);
         // The slicer fills holes before it measures; only closed shells have
         // a volume of their own.
-        if (check.openEdges == 0) EXPECT_NEAR(check.volume, std::stod(info["volume"]), 1e-3 * std::stod(info["volume"]));
+        if (check.openEdges == 0) {
+            EXPECT_NEAR(check.volume, std::stod(info["volume"]), 1e-3 * std::stod(info["volume"]));
+        }
         return check;
     }
 

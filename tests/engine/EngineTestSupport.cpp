@@ -35,6 +35,8 @@ std::string formatTestName(const ::testing::TestParamInfo<ombrel::Format>& info)
             return "AsciiStl";
         case ombrel::Format::Vrml:
             return "Vrml";
+        case ombrel::Format::ThreeMF:
+            return "ThreeMF";
     }
     return "Unknown";
 }

@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <limits>
 #include <string>
@@ -207,4 +208,57 @@ TEST(NumberText, TinyNegativeValuesKeepTheirSignInTheFixedForm) {
     EXPECT_EQ(fixed6(-1e-20), "-0.000000");
     EXPECT_EQ(fixed6(-0.0000004f), "-0.000000");
     EXPECT_EQ(fixed6(0.0000005f), printed("%f", 0.0000005f));
+}
+
+std::string shortestFloat(float value) {
+    char buffer[kMaxShortestFloatLength];
+    return std::string(buffer, appendShortestFloat(buffer, value));
+}
+
+TEST(NumberText, ShortestFloatTexts) {
+    EXPECT_EQ(shortestFloat(0.0f), "0");
+    EXPECT_EQ(shortestFloat(-0.0f), "-0");
+    EXPECT_EQ(shortestFloat(1.0f), "1");
+    EXPECT_EQ(shortestFloat(0.1f), "0.1");
+    EXPECT_EQ(shortestFloat(-2.5f), "-2.5");
+    EXPECT_EQ(shortestFloat(100.0f), "100");
+    EXPECT_EQ(shortestFloat(16777216.0f), "16777216");
+    EXPECT_EQ(shortestFloat(1e-5f), "1e-05");
+    EXPECT_EQ(shortestFloat(1.0f / 3.0f), "0.33333334");
+    EXPECT_EQ(shortestFloat(std::numeric_limits<float>::max()), "3.4028235e+38");
+    EXPECT_EQ(shortestFloat(std::numeric_limits<float>::denorm_min()), "1e-45");
+    EXPECT_EQ(shortestFloat(std::numeric_limits<float>::infinity()), "inf");
+    EXPECT_EQ(shortestFloat(-std::numeric_limits<float>::infinity()), "-inf");
+    EXPECT_EQ(shortestFloat(std::numeric_limits<float>::quiet_NaN()), "nan");
+    EXPECT_EQ(shortestFloat(-std::numeric_limits<float>::quiet_NaN()), "-nan");
+}
+
+TEST(NumberText, ShortestFloatTextsFitTheirBuffer) {
+    // The longest, 15 characters: a sign, nine digits, a point and a
+    // two-digit exponent (every float's text was measured).
+    EXPECT_EQ(shortestFloat(-1.17549435e-38f), "-1.1754944e-38");
+    EXPECT_EQ(shortestFloat(-1.00000075e-36f), "-1.00000075e-36");
+    EXPECT_LE(shortestFloat(-std::numeric_limits<float>::quiet_NaN()).size(), kMaxShortestFloatLength);
+}
+
+TEST(NumberText, ShortestFloatReadsBackAsTheSameBitsAcrossAllMagnitudes) {
+    // Every finite float read back with strtof (as XML readers parse
+    // numbers) is the same float, and no text is longer than nine
+    // significant digits need ("%.9g" always reads back exactly).
+    std::size_t mismatches = 0;
+    for (std::uint64_t bits = 0; bits < (std::uint64_t(1) << 32); bits += 1031) {
+        const std::uint32_t pattern = static_cast<std::uint32_t>(bits);
+        float value;
+        std::memcpy(&value, &pattern, sizeof value);
+        if (!std::isfinite(value)) continue;
+        const std::string text = shortestFloat(value);
+        const float back = std::strtof(text.c_str(), nullptr);
+        std::uint32_t backBits;
+        std::memcpy(&backBits, &back, sizeof backBits);
+        char nine[32];
+        std::snprintf(nine, sizeof nine, "%.9g", value);
+        if ((backBits != pattern || text.size() > std::strlen(nine)) && ++mismatches < 10)
+            ADD_FAILURE() << std::hexfloat << value << ": " << text << " reads back as " << back;
+    }
+    EXPECT_EQ(mismatches, 0u);
 }

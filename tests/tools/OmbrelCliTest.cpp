@@ -673,7 +673,7 @@ TEST_F(OmbrelCliTest, UpZWithVrmlIsNotedAndChangesNothing) {
     CommandResult plain = ombrel({"export", "-q", "-o", "plain.wrl", "t.vek"});
     CommandResult result = ombrel({"export", "-o", "out.wrl", "--up", "z", "t.vek"});
     ASSERT_EQ(result.exitStatus, 0) << result.err;
-    EXPECT_EQ(result.err, "ombrel: warning: --up z applies to STL only; VRML is always Y up\n");
+    EXPECT_EQ(result.err, "ombrel: warning: --up z applies to STL and 3MF only; VRML is always Y up\n");
     EXPECT_EQ(readFileText(dir.file("out.wrl")), readFileText(dir.file("plain.wrl")));
 }
 
@@ -681,7 +681,7 @@ TEST_F(OmbrelCliTest, ColorsWithStlIsAWarningOnly) {
     triangleFile("t.vek", kOffsetTriangle);
     CommandResult result = ombrel({"export", "--colors", "--ascii", "-o", "out.stl", "t.vek"});
     ASSERT_EQ(result.exitStatus, 0) << result.err;
-    EXPECT_EQ(result.err, "ombrel: warning: --colors applies to VRML only; STL has no colours\n");
+    EXPECT_EQ(result.err, "ombrel: warning: --colors applies to VRML and 3MF only; STL has no colours\n");
     EXPECT_EQ(readFileText(dir.file("out.stl")), kOffsetTriangleUpright);
 }
 
@@ -818,7 +818,9 @@ TEST_F(OmbrelCliTest, DemoAlsoWritesColouredVrml) {
                                          std::to_string(kSampleFiles.size()) +
                                          " Vek files, Y up, with vertex colours\n"))
         << result.out;
-    const std::string vrmlPart = result.out.substr(result.out.find("VRML: "));
+    // The VRML export's summary, up to the blank line after it.
+    const std::size_t vrmlAt = result.out.find("VRML: ");
+    const std::string vrmlPart = result.out.substr(vrmlAt, result.out.find("\n\n", vrmlAt) + 1 - vrmlAt);
     std::string fileLines;
     for (std::size_t at = 0, end; (end = vrmlPart.find('\n', at)) != std::string::npos; at = end + 1) {
         const std::string line = vrmlPart.substr(at, end - at + 1);

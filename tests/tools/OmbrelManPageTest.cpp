@@ -27,7 +27,7 @@ std::string manPageText() {
 // The options a help text lists: "--name" and "-x" at the start of its option lines.
 std::set<std::string> optionsInHelp(const std::string& help) {
     std::set<std::string> options;
-    const std::regex line(R"(^ {2,6}(-[a-z])?(, )?(--[a-z]+)?)", std::regex::multiline);
+    const std::regex line(R"(^ {2,6}(-[a-z])?(, )?(--[a-z0-9]+)?)", std::regex::multiline);
     for (auto it = std::sregex_iterator(help.begin(), help.end(), line); it != std::sregex_iterator(); ++it) {
         if ((*it)[1].matched) options.insert((*it)[1].str());
         if ((*it)[3].matched) options.insert((*it)[3].str());

@@ -74,7 +74,7 @@ TEST_F(OmbrelOptionsTest, HelpAfterOtherOptionsStillAnswers) {
 
 TEST_F(OmbrelOptionsTest, ExportHelpNamesEveryOption) {
     const std::string help = ombrel({"export", "--help"}).out;
-    for (const char* option : {"-o, --output=FILE", "--stl", "--vrml", "--binary", "--ascii", "--height=MM",
+    for (const char* option : {"-o, --output=FILE", "--stl", "--3mf", "--vrml", "--binary", "--ascii", "--height=MM",
                                "--up=z|y", "--colors", "--texture=FILE.vek=NAME", "--strict", "-q, --quiet",
                                "-v, --verbose", "-h, --help"})
         EXPECT_TRUE(contains(help, option)) << option;
@@ -219,11 +219,11 @@ TEST_F(OmbrelOptionsTest, TheExtensionChoosesTheFormatInAnyLetterCase) {
 
 TEST_F(OmbrelOptionsTest, AnUnknownExtensionIsAUsageError) {
     triangleFile("t.vek");
-    for (const std::string name : {"x.obj", "x", "x.stl.bak", "stl"}) {
+    for (const std::string name : {"x.obj", "x", "x.stl.bak", "stl", "x.3mf.bak"}) {
         const CommandResult result = ombrel({"export", "-o", name, "t.vek"});
         EXPECT_EQ(result.exitStatus, 2) << name;
         EXPECT_EQ(result.err, "ombrel: cannot tell the format of '" + name +
-                                  "': name it .stl, .wrl or .vrml, or give --stl or --vrml\n"
+                                  "': name it .stl, .3mf, .wrl or .vrml, or give --stl, --3mf or --vrml\n"
                                   "Try 'ombrel export --help' for more information.\n");
         EXPECT_FALSE(pathExists(dir.file(name))) << name;
     }

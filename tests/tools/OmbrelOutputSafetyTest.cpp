@@ -213,7 +213,7 @@ TEST_F(OmbrelOutputSafetyTest, StrictDoesNotCountOptionNotesAsDamage) {
     const std::string base = sample("base.vek");
     CommandResult result = ombrel({"export", "--strict", "--colors", "-q", "-o", "out.stl", base});
     EXPECT_EQ(result.exitStatus, 0) << result.err;
-    EXPECT_EQ(result.err, "ombrel: warning: --colors applies to VRML only; STL has no colours\n");
+    EXPECT_EQ(result.err, "ombrel: warning: --colors applies to VRML and 3MF only; STL has no colours\n");
     writeVekFile(dir.file("plain.vek"), [](vekgen::VekWriter& w) {
         w.points(std::vector<vekgen::Point3>{{0, 0, 0}, {1, 0, 0}, {0, 1, 0}});
         w.face4(std::vector<vekgen::Face4>{{0, 1, 2, -1}});

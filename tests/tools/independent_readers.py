@@ -1,7 +1,8 @@
-"""Opens the tool's STL and VRML exports of the sample scene with readers
-that share no code with Ombrel (numpy-stl, admesh, VTK's VRML importer and,
-when it is installed, PrusaSlicer) and checks the triangle and face counts
-and the bounds they report against the sample's own Vek files. The sample is
+"""Opens the tool's STL, VRML and 3MF exports of the sample scene with
+readers that share no code with Ombrel (numpy-stl, admesh, VTK's VRML
+importer, Python's ZIP and XML readers and, when it is installed,
+PrusaSlicer) and checks the triangle and face counts and the bounds they
+report against the sample's own Vek files. The sample is
 a figure made to be printed, so the STL files must also be watertight: one
 closed, outward-facing shell per Vek file, with no degenerate triangles.
 
@@ -14,6 +15,8 @@ import shutil
 import struct
 import subprocess
 import sys
+import xml.etree.ElementTree as ElementTree
+import zipfile
 from collections import Counter
 
 import numpy as np
@@ -165,6 +168,45 @@ def check_vtk_vrml(path, faces, extent):
                     f"VTK {os.path.basename(path)}: bounds {bounds[0::2]} to {bounds[1::2]}"))
 
 
+def check_3mf(path, samples, triangles, extent):
+    """The demo's 3MF package, read with Python's zipfile (every part's CRC
+    checked) and its XML parser: an object a Vek file, named after it, with
+    its points as vertices; the triangles, their corners distinct and
+    existing; the bounds; a colour a vertex."""
+    core = "{http://schemas.microsoft.com/3dmanufacturing/core/2015/02}"
+    material = "{http://schemas.microsoft.com/3dmanufacturing/material/2015/02}"
+    name = os.path.basename(path)
+    with zipfile.ZipFile(path) as package:
+        good = check(package.testzip() is None and package.namelist() ==
+                     ["[Content_Types].xml", "_rels/.rels", "3D/3dmodel.model"], f"zipfile {name}: parts and CRCs")
+        model = ElementTree.fromstring(package.read("3D/3dmodel.model"))
+    objects = model.findall(f"{core}resources/{core}object")
+    names = [o.get("name") for o in objects]
+    good &= check(model.get("unit") == "millimeter" and
+                  names == [os.path.splitext(os.path.basename(p))[0] for p in samples],
+                  f"ElementTree {name}: unit {model.get('unit')}, objects {names}")
+    vertices_ok, written, corners_ok, coordinates = True, 0, True, []
+    for o, sample in zip(objects, samples):
+        vertices = [[float(v.get(a)) for a in "xyz"] for v in o.iter(f"{core}vertex")]
+        vertices_ok &= len(vertices) == len(read_vek(sample)[0])
+        coordinates += vertices
+        for t in o.iter(f"{core}triangle"):
+            corners = [int(t.get(a)) for a in ("v1", "v2", "v3")]
+            corners_ok &= len(set(corners)) == 3 and max(corners) < len(vertices)
+            written += 1
+    good &= check(vertices_ok and corners_ok and written == triangles,
+                  f"ElementTree {name}: {len(coordinates)} vertices, {written} triangles")
+    coordinates = np.array(coordinates)
+    good &= check(close(coordinates.min(axis=0), [0, 0, 0]) and close(coordinates.max(axis=0), extent),
+                  f"ElementTree {name}: bounds {coordinates.min(axis=0)} to {coordinates.max(axis=0)}")
+    colours = model.findall(f"{core}resources/{material}colorgroup/{material}color")
+    good &= check(len(colours) == len(coordinates), f"ElementTree {name}: {len(colours)} colours")
+    items = model.findall(f"{core}build/{core}item")
+    good &= check([i.get("objectid") for i in items] == [o.get("id") for o in objects],
+                  f"ElementTree {name}: {len(items)} build items")
+    return good
+
+
 def main():
     tool, samples_dir, scratch = sys.argv[1:4]
     samples = sorted(glob.glob(os.path.join(samples_dir, "*.vek")))
@@ -182,6 +224,11 @@ def main():
         good &= check_admesh(os.path.join(scratch, name), triangles, stl_extent, len(samples))
         good &= check_prusa_slicer(os.path.join(scratch, name), triangles, len(samples))
     good &= check_vtk_vrml(os.path.join(scratch, "sample-colours.wrl"), faces, extent)
+    # Only a tool built with the ombrel3mf library writes sample.3mf.
+    if os.path.exists(os.path.join(scratch, "sample.3mf")):
+        good &= check_3mf(os.path.join(scratch, "sample.3mf"), samples, triangles, stl_extent)
+    else:
+        print("skip sample.3mf: this tool writes no 3MF")
     print("independent readers agree" if good else "independent readers DISAGREE")
     return 0 if good else 1
 

@@ -8,6 +8,8 @@
 #include <fstream>
 #include <optional>
 #include <system_error>
+#include <utility>
+#include <vector>
 
 namespace fs = std::filesystem;
 
@@ -20,6 +22,9 @@ const char kDemoHelp[] =
     "way a print needs it: as binary STL and ASCII STL, Z up for slicers, and\n"
     "as VRML 2.0 with vertex colours. The files are sample-binary.stl,\n"
     "sample-ascii.stl and sample-colours.wrl.\n"
+#ifdef OMBREL_HAVE_3MF
+    "It also writes sample.3mf: 3MF, Z up, with vertex colours.\n"
+#endif
     "\n"
     "Options:\n"
     "  -o, --output=DIR   the directory to write into (default ./ombrel-demo;\n"
@@ -61,14 +66,15 @@ int exportSampleScene(const fs::path& sceneDirectory, const fs::path& outputDire
     for (unsigned i = 0; i < kSampleScene_count; ++i) options.inputs.push_back({kSampleScene[i].name, {}});
     options.height = height;
     options.up = ombrel::UpAxis::Z;  // as the export command writes STL by default
-    const std::pair<ombrel::Format, const char*> outputs[] = {{ombrel::Format::BinaryStl, "sample-binary.stl"},
-                                                              {ombrel::Format::AsciiStl, "sample-ascii.stl"},
-                                                              {ombrel::Format::Vrml, "sample-colours.wrl"}};
+    std::vector<std::pair<ombrel::Format, const char*>> outputs = {{ombrel::Format::BinaryStl, "sample-binary.stl"},
+                                                                   {ombrel::Format::AsciiStl, "sample-ascii.stl"},
+                                                                   {ombrel::Format::Vrml, "sample-colours.wrl"}};
+    if (threeMFAvailable()) outputs.emplace_back(ombrel::Format::ThreeMF, "sample.3mf");
     int status = 0;
     for (const auto& [format, name] : outputs) {
         options.format = format;
         options.output = (outputDirectory / name).string();
-        options.vertexColors = format == ombrel::Format::Vrml;
+        options.vertexColors = format == ombrel::Format::Vrml || format == ombrel::Format::ThreeMF;
         status = runExport(options, settings);
         if (status != 0) break;
         if (settings.verbosity != Verbosity::Quiet) std::printf("\n");

@@ -16,31 +16,36 @@ const char kExportHelp[] =
     "Usage: ombrel export [OPTIONS] -o OUTPUT FILE.vek...\n"
     "\n"
     "Writes the Vek files of a sculpt as one file for a slicer or a viewer: STL\n"
-    "(binary unless --ascii) or VRML 2.0. The scene is moved so that its lowest\n"
-    "corner is at the origin and, with --height, scaled to that height. Damaged\n"
-    "input is exported as it reads, with a warning on stderr for each damage.\n"
+    "(binary unless --ascii), 3MF or VRML 2.0. The scene is moved so that its\n"
+    "lowest corner is at the origin and, with --height, scaled to that height.\n"
+    "Damaged input is exported as it reads, with a warning on stderr for each\n"
+    "damage.\n"
     "\n"
     "Output:\n"
     "  -o, --output=FILE   the file to write; '-' writes it to standard output\n"
     "                      (and the summary to stderr)\n"
     "      --stl           write STL, whatever the output's name\n"
+    "      --3mf           write 3MF (a ZIP package, millimetres, one object a\n"
+    "                      Vek file), whatever the output's name\n"
     "      --vrml          write VRML 2.0, whatever the output's name\n"
-    "                      Without either, the name's extension decides: .stl\n"
-    "                      is STL, .wrl and .vrml are VRML (any letter case);\n"
-    "                      standard output gets STL.\n"
+    "                      Without any of them, the name's extension decides:\n"
+    "                      .stl is STL, .3mf is 3MF, .wrl and .vrml are VRML\n"
+    "                      (any letter case); standard output gets STL.\n"
     "      --binary        binary STL (the default)\n"
     "      --ascii         ASCII STL\n"
     "\n"
     "Placement:\n"
     "      --height=MM     scale the scene so that it is MM millimetres tall\n"
     "                      (default: its own size, one unit a millimetre)\n"
-    "      --up=z|y        STL's up axis: z (the default) stands the figure\n"
-    "                      upright on a slicer's build plate; y keeps the\n"
-    "                      sculpting host's orientation, as its own export\n"
-    "                      writes it. VRML is always Y up.\n"
+    "      --up=z|y        the up axis of STL and 3MF: z (the default) stands\n"
+    "                      the figure upright on a slicer's build plate; y\n"
+    "                      keeps the sculpting host's orientation, as its own\n"
+    "                      export writes it. VRML is always Y up.\n"
+    "\n"
+    "VRML and 3MF:\n"
+    "      --colors        write the files' vertex colours (also --colours)\n"
     "\n"
     "VRML:\n"
-    "      --colors        write the files' vertex colours (also --colours)\n"
     "      --texture=FILE.vek=NAME\n"
     "                      the texture name of one file (default: the Vek\n"
     "                      file's own name); may be repeated\n"
@@ -64,11 +69,12 @@ const char kExportHelp[] =
     "\n"
     "Examples:\n"
     "  ombrel export -o figure.stl --height 100 head.vek torso.vek base.vek\n"
+    "  ombrel export --colors -o figure.3mf head.vek torso.vek base.vek\n"
     "  ombrel export --ascii -o - head.vek | less\n";
 
 using TextureNames = std::vector<std::pair<std::string, std::string>>;  // Vek file as given, texture name
 
-enum class NamedFormat { Stl, Vrml, Unknown };
+enum class NamedFormat { Stl, ThreeMF, Vrml, Unknown };
 
 // The format an output's name implies, by its extension in any letter case.
 NamedFormat formatOfName(const std::string& output) {
@@ -76,6 +82,7 @@ NamedFormat formatOfName(const std::string& output) {
     std::transform(extension.begin(), extension.end(), extension.begin(),
                    [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
     if (extension == ".stl") return NamedFormat::Stl;
+    if (extension == ".3mf") return NamedFormat::ThreeMF;
     if (extension == ".wrl" || extension == ".vrml") return NamedFormat::Vrml;
     return NamedFormat::Unknown;
 }
@@ -109,7 +116,7 @@ int runExportCommand(const std::vector<std::string>& arguments) {
     TextureNames textures;
     std::string output;
     bool ascii = false;
-    std::optional<ombrel::Format> forced;  // --stl (as BinaryStl) or --vrml
+    std::optional<ombrel::Format> forced;  // --stl (as BinaryStl), --3mf or --vrml
     bool upGiven = false;
 
     CommandLine line("export", kExportHelp);
@@ -118,6 +125,7 @@ int runExportCommand(const std::vector<std::string>& arguments) {
         return true;
     });
     line.flag('\0', "stl", [&] { forced = ombrel::Format::BinaryStl; });
+    line.flag('\0', "3mf", [&] { forced = ombrel::Format::ThreeMF; });
     line.flag('\0', "vrml", [&] { forced = ombrel::Format::Vrml; });
     line.flag('\0', "ascii", [&] { ascii = true; });
     line.flag('\0', "binary", [&] { ascii = false; });
@@ -152,31 +160,48 @@ int runExportCommand(const std::vector<std::string>& arguments) {
     if (files.empty()) return line.usageError("export needs at least one Vek file");
 
     settings.toStandardOutput = namesStandardOutput(output);
-    bool vrml = false;
+    NamedFormat format = NamedFormat::Stl;
     if (forced) {
-        vrml = *forced == ombrel::Format::Vrml;
+        format = *forced == ombrel::Format::Vrml      ? NamedFormat::Vrml
+                 : *forced == ombrel::Format::ThreeMF ? NamedFormat::ThreeMF
+                                                      : NamedFormat::Stl;
     } else if (!settings.toStandardOutput) {
-        const NamedFormat named = formatOfName(output);
-        if (named == NamedFormat::Unknown)
+        format = formatOfName(output);
+        if (format == NamedFormat::Unknown)
             return line.usageError("cannot tell the format of '" + output +
-                                   "': name it .stl, .wrl or .vrml, or give --stl or --vrml");
-        vrml = named == NamedFormat::Vrml;
+                                   "': name it .stl, .3mf, .wrl or .vrml, or give --stl, --3mf or --vrml");
     }
-    options.format = vrml ? ombrel::Format::Vrml : ascii ? ombrel::Format::AsciiStl : ombrel::Format::BinaryStl;
-    if (settings.toStandardOutput && options.format == ombrel::Format::BinaryStl && isatty(STDOUT_FILENO) == 1)
-        return line.usageError("binary STL is not written to a terminal: redirect standard output, or give --ascii");
+    const bool vrml = format == NamedFormat::Vrml;
+    const bool threeMF = format == NamedFormat::ThreeMF;
+    options.format = vrml      ? ombrel::Format::Vrml
+                     : threeMF ? ombrel::Format::ThreeMF
+                     : ascii   ? ombrel::Format::AsciiStl
+                               : ombrel::Format::BinaryStl;
+    if (threeMF && !threeMFAvailable()) {
+        printError("this ombrel was built without 3MF (the ombrel3mf library needs libarchive); nothing was written");
+        return 1;
+    }
+    if (settings.toStandardOutput && isatty(STDOUT_FILENO) == 1) {
+        if (options.format == ombrel::Format::BinaryStl)
+            return line.usageError("binary STL is not written to a terminal: redirect standard output, or give --ascii");
+        if (threeMF) return line.usageError("3MF is not written to a terminal: redirect standard output");
+    }
 
     for (const std::string& file : files) options.inputs.push_back({file, {}});
     options.output = output;
     for (const std::string& file : assignTextureNames(options.inputs, textures))
         printWarning("--texture names " + file + ", which is not an input; ignored");
 
-    // Options of the other format change nothing; say so rather than ignore them.
+    // Options of the other formats change nothing; say so rather than ignore them.
     if (vrml) {
         if (ascii) printWarning("--ascii applies to STL only; VRML is always text");
-        if (upGiven && options.up == ombrel::UpAxis::Z) printWarning("--up z applies to STL only; VRML is always Y up");
+        if (upGiven && options.up == ombrel::UpAxis::Z)
+            printWarning("--up z applies to STL and 3MF only; VRML is always Y up");
+    } else if (threeMF) {
+        if (ascii) printWarning("--ascii applies to STL only; 3MF is a ZIP package");
+        if (!textures.empty()) printWarning("--texture applies to VRML only; 3MF is written without textures");
     } else {
-        if (options.vertexColors) printWarning("--colors applies to VRML only; STL has no colours");
+        if (options.vertexColors) printWarning("--colors applies to VRML and 3MF only; STL has no colours");
         if (!textures.empty()) printWarning("--texture applies to VRML only; STL has no textures");
     }
     return runExport(std::move(options), settings);

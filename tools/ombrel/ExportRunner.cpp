@@ -8,6 +8,10 @@
 #include "tools/ombrel/InputChecks.h"
 #include "tools/ombrel/StandardOutput.h"
 
+#ifdef OMBREL_HAVE_3MF
+#include "threemf/Ombrel3MF.h"
+#endif
+
 #include <cstdio>
 #include <string>
 #include <unistd.h>
@@ -59,12 +63,50 @@ int strictCheck(const ombrel::ExportOptions& options, const std::string& shownOu
 }
 
 // --colors asks for the files' vertex colours; a file without any (no MRGB
-// block, or an empty one) gives its shape none, which the user should know.
+// block, or an empty one) gives its shape (its 3MF object) none, which the
+// user should know.
 void warnAboutMissingColours(const ombrel::ExportOptions& options, const ombrel::ExportReport& report) {
-    if (options.format != ombrel::Format::Vrml || !options.vertexColors) return;
+    const bool threeMF = options.format == ombrel::Format::ThreeMF;
+    if ((options.format != ombrel::Format::Vrml && !threeMF) || !options.vertexColors) return;
     for (const ombrel::FileReport& file : report.files)
         if (!file.hasColours)
-            printWarning(file.path + ": --colors: the file has no vertex colours (no MRGB block); its shape has none");
+            printWarning(file.path + ": --colors: the file has no vertex colours (no MRGB block); its " +
+                         (threeMF ? "object" : "shape") + " has none");
+}
+
+#ifdef OMBREL_HAVE_3MF
+// What the 3MF file left out, a line per file and kind.
+std::vector<std::string> threeMFWarnings(const ombrel::ExportReport& report, const ombrel::ThreeMFReport& threeMF) {
+    std::vector<std::string> lines;
+    for (std::size_t i = 0; i < threeMF.files.size() && i < report.files.size(); ++i) {
+        const ombrel::ThreeMFFileReport& file = threeMF.files[i];
+        const std::string& path = report.files[i].path;
+        if (file.repeatedCornerTriangles != 0)
+            lines.push_back(path + ": " +
+                            counted(std::size_t(file.repeatedCornerTriangles), "triangle names", "triangles name") +
+                            " one point twice, which 3MF does not allow; left out");
+        if (file.nonFiniteTriangles != 0)
+            lines.push_back(path + ": " + counted(std::size_t(file.nonFiniteTriangles), "triangle has", "triangles have") +
+                            " a corner with an infinite or NaN coordinate, which 3MF cannot hold; left out");
+        if (report.files[i].faces != 0 && !file.objectWritten)
+            lines.push_back(path + ": no triangle left to write; the 3MF file has no object for it");
+    }
+    return lines;
+}
+#endif
+
+// One export through the engine, or through the ombrel3mf library for 3MF;
+// `notes` gets the warnings of what the format itself left out.
+ombrel::ExportResult exportThrough(const ombrel::ExportOptions& options, std::vector<std::string>& notes) {
+#ifdef OMBREL_HAVE_3MF
+    if (options.format == ombrel::Format::ThreeMF) {
+        ombrel::ThreeMFReport threeMF;
+        ombrel::ExportResult result = ombrel::export3MF(options, threeMF);
+        if (result.ok()) notes = threeMFWarnings(result.report, threeMF);
+        return result;
+    }
+#endif
+    return ombrel::exportScene(options);
 }
 
 }  // namespace
@@ -98,14 +140,16 @@ int runExport(ombrel::ExportOptions options, const ExportSettings& settings) {
     }
 
     ombrel::ExportResult result;
+    std::vector<std::string> notes;
     {
         // The progress line is cleared before warnings or the summary show.
         ExportProgress progress(formatName(options.format), "writing", showProgress);
         options.progress = progress.callback();
-        result = ombrel::exportScene(options);
+        result = exportThrough(options, notes);
         options.progress = nullptr;
     }
     printWarnings(result.warnings);
+    for (const std::string& note : notes) printWarning(note);
     if (!result.ok()) {
         printFailure(result.status);
         return exitStatusFor(result.status);
@@ -130,4 +174,12 @@ int runExport(ombrel::ExportOptions options, const ExportSettings& settings) {
         return 1;
     }
     return 0;
+}
+
+bool threeMFAvailable() {
+#ifdef OMBREL_HAVE_3MF
+    return true;
+#else
+    return false;
+#endif
 }

@@ -24,4 +24,9 @@ struct ExportSettings {
 // when the file itself goes to stdout). An output that is one of the inputs
 // is refused before anything is written. Returns the process exit status:
 // 0 on success, 2 for options the engine refuses, 1 for any other failure.
+// 3MF goes through the ombrel3mf library, where the tool was built with it.
 int runExport(ombrel::ExportOptions options, const ExportSettings& settings);
+
+// Whether this build of the tool writes 3MF (the ombrel3mf library needs
+// libarchive, which a build may lack).
+bool threeMFAvailable();

@@ -87,14 +87,16 @@ void printCheckReport(std::FILE* stream, const ombrel::ExportOptions& options, c
 void printExportSummary(const SummaryOptions& summary, const ombrel::ExportOptions& options,
                         const ombrel::ExportReport& report) {
     const Printer out(summary.stream);
-    const bool stl = options.format != ombrel::Format::Vrml;
+    const bool stl = options.format != ombrel::Format::Vrml;  // STL and 3MF: counted in triangles
     const int up = upAxisIndex(options);
     out.line(std::string(formatTitle(options.format)) + ": " + summary.outputName + ", " +
              counted(report.bytesWritten, "byte", "bytes"));
     const std::string items = stl ? counted(report.trianglesWritten, "triangle", "triangles")
                                   : counted(report.shapesWritten, "shape", "shapes");
+    const bool colours = options.vertexColors &&
+                         (options.format == ombrel::Format::Vrml || options.format == ombrel::Format::ThreeMF);
     out.line("  " + items + " from " + counted(report.files.size(), "Vek file", "Vek files") + ", " +
-             (up == 2 ? "Z up" : "Y up") + (!stl && options.vertexColors ? ", with vertex colours" : ""));
+             (up == 2 ? "Z up" : "Y up") + (colours ? ", with vertex colours" : ""));
     if (report.sceneBox.empty) {
         out.line("  the scene holds no points");
     } else {

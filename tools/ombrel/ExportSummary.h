@@ -12,8 +12,8 @@ struct SummaryOptions {
     bool verbose = false;
 };
 
-// Prints what a successful export wrote, from the engine's report. The
-// compact form (four lines):
+// Prints what a successful export wrote, from the engine's report (3MF is
+// counted in triangles, as STL). The compact form (four lines):
 //
 //   Binary STL: /home/ana/figure.stl, 351584 bytes
 //     7030 triangles from 3 Vek files, Z up

@@ -8,6 +8,8 @@ const char* formatName(ombrel::Format format) {
             return "ASCII STL";
         case ombrel::Format::Vrml:
             return "VRML";
+        case ombrel::Format::ThreeMF:
+            return "3MF";
     }
     return "";
 }

@@ -2,7 +2,7 @@
 
 #include "engine/OmbrelExport.h"
 
-// "binary STL", "ASCII STL", "VRML": for progress lines.
+// "binary STL", "ASCII STL", "VRML", "3MF": for progress lines.
 const char* formatName(ombrel::Format format);
-// "Binary STL", "ASCII STL", "VRML": the summary's title.
+// "Binary STL", "ASCII STL", "VRML", "3MF": the summary's title.
 const char* formatTitle(ombrel::Format format);

@@ -1,4 +1,4 @@
-// ombrel: exports sculpt meshes saved as Vek files to STL or VRML through
+// ombrel: exports sculpt meshes saved as Vek files to STL, 3MF or VRML through
 // the library's export engine, and inspects Vek files.
 #include "tools/ombrel/Commands.h"
 #include "tools/ombrel/StandardOutput.h"
@@ -17,7 +17,7 @@ struct CommandEntry {
 
 // Every command, in the order the overview lists them.
 const CommandEntry kCommands[] = {
-    {"export", runExportCommand, "write Vek files as one STL file (Z up, for slicers) or VRML file"},
+    {"export", runExportCommand, "write Vek files as one STL, 3MF (Z up, for slicers) or VRML file"},
     {"check", runCheckCommand, "say whether Vek files will print: holes, bad edges, floating parts"},
     {"demo", runDemoCommand, "export the built-in sample scene"},
     {"info", runInfoCommand, "list the blocks of Vek files"},
