@@ -5,12 +5,13 @@
 #   scripts/install-deps.sh demo   only what building the library and the tool needs
 set -euo pipefail
 
-packages=(cmake ninja-build g++)
+# The demo writes 3MF too, which needs libarchive.
+packages=(cmake ninja-build g++ libarchive-dev)
 if [[ "${1:-}" != demo ]]; then
   packages+=(g++-multilib lib32stdc++-12-dev googletest pkg-config binutils bsdutils
     python3 python3-numpy python3-stl python3-vtk9 admesh prusa-slicer groff-base man-db
     clang-14 libclang-rt-14-dev llvm-14
-    assimp-utils python3-meshio libarchive-dev lib3mf-dev)
+    assimp-utils python3-meshio lib3mf-dev)
 fi
 
 missing=()
