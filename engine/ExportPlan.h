@@ -39,9 +39,6 @@ struct ExportPlan {
     // coordinates included; the typed API refuses a height that cannot be
     // reached in single precision from the scene's extent.
     bool acceptAnyPlacement = false;
-    // STL: place the points where they were read (the writer and the check
-    // share them, no copy), instead of letting the writer place them.
-    bool placePointsInPlace = false;
     ProgressCallback progress;
     bool check = false;  // make the print-readiness check
 };

@@ -2,6 +2,7 @@
 
 #include "check/MeshCheck.h"
 #include "check/SceneCheck.h"
+#include "engine/InputMesh.h"
 #include "engine/ProgressReporter.h"
 #include "export/ArrayMeshSource.h"
 #include "engine/SceneMeasure.h"
@@ -134,11 +135,18 @@ public:
         return m_result.report.files.back();
     }
 
+    // Reads file `i` for the export: streamed where its layout allows, with
+    // the points the measuring pass kept.
+    bool readInput(std::size_t i, InputMesh& input, QMVekIO& reader) {
+        QMArray<QMVector3f>* kept = i < m_scene.keptPoints.size() ? &m_scene.keptPoints[i] : nullptr;
+        return input.read(m_plan.inputs[i].readerPath, m_scene.layouts[i], kept, reader);
+    }
+
     // Notes what reading file `i` found: its counts and the damage it met.
-    void fileRead(std::size_t i, bool readable, const QMArray<QMVector3f>& points, const QMArray<int>& faces) {
+    void fileRead(std::size_t i, bool readable, const QMArray<QMVector3f>& points, std::size_t numFaces) {
         FileReport& file = m_result.report.files.back();
         file.points = points.size();
-        file.faces = faces.size() / 4;
+        file.faces = numFaces;
         const VekBlockCounts& counts = m_scene.counts[i];
         file.hasUVs = counts.uvEntries != 0;
         file.hasColours = counts.colours != 0;
@@ -161,10 +169,9 @@ public:
     // Checks the mesh just read, placed as it is written, when the plan
     // asks for the check.
     // `matrix` null: the points are placed already.
-    void checkFile(const QMArray<QMVector3f>& points, const QMArray<int>& faces, const QMMatrix4f* matrix,
-                   UpAxis up) {
-        if (!m_plan.check || faces.empty()) return;
-        m_meshChecks.push_back(std::make_unique<check::MeshCheck>(ArrayMeshSource(points, faces), matrix));
+    void checkFile(const MeshSource& mesh, const QMMatrix4f* matrix, UpAxis up) {
+        if (!m_plan.check || mesh.numFaces() == 0) return;
+        m_meshChecks.push_back(std::make_unique<check::MeshCheck>(mesh, matrix));
         m_checkedFiles.push_back(m_result.report.files.size() - 1);
         m_result.report.files.back().check = check::checkAlone(*m_meshChecks.back(), upIndex(up));
     }
@@ -214,52 +221,40 @@ void placeInPlace(QMArray<QMVector3f>& points, const QMMatrix4f& matrix) {
     for (QMVector3f& point : points) point = matrix.multVec3f(point);
 }
 
-// Faces of `faces` with a corner that names no point of `numPoints` (for a
-// triangle, its three corners).
-std::uint64_t facesWithMissingPoints(const QMArray<int>& faces, std::size_t numPoints) {
-    std::uint64_t count = 0;
-    for (std::size_t f = 0; f + 4 <= faces.size(); f += 4) {
-        const int corners = faces[f + 3] == -1 ? 3 : 4;
-        for (int j = 0; j < corners; ++j) {
-            const int index = faces[f + std::size_t(j)];
-            if (index < 0 || std::size_t(index) >= numPoints) {
-                ++count;
-                break;
-            }
-        }
-    }
-    return count;
-}
-
 }  // namespace
 
 void runExport(const ExportPlan& plan, QMSTLExport& exporter, ExportResult& result) {
     ExportSession session(plan, result);
     const std::optional<ScenePlacement> placement = session.measureAndPlace(plan.up);
     if (!placement) return;
-    exporter.m_matrix = placement->matrix;
     // Points placed where they are read serve the writer and the check with
-    // no copy; the host's exporter places them itself, as it always has.
-    exporter.m_useMatrix = !plan.placePointsInPlace;
+    // no copy, so the writer places nothing; the exporter is left holding the
+    // placement, in use, as the host has always found it after an export.
+    exporter.m_matrix = placement->matrix;
+    exporter.m_useMatrix = false;
+    struct MatrixInUseAfterwards {
+        QMSTLExport& exporter;
+        ~MatrixInUseAfterwards() { exporter.m_useMatrix = true; }
+    } matrixInUse{exporter};
     AbandonOnUnwind<QMSTLExport> guard(exporter);
     exporter.setProgress(session.progress());
     if (!exporter.startExportKMeshes(plan.outputPath, plan.format == Format::BinaryStl)) {
         session.outputNotWritable(exporter.outputError());
         if (!plan.readInputsWithoutOutput) return;
     }
-    QMArray<QMVector3f> points;
-    QMArray<int> faces;
+    InputMesh input(InputMesh::Blocks::kPointsAndFaces, false);
     for (std::size_t i = 0; i < plan.inputs.size(); ++i) {
         QMVekIO reader;
         FileReport& file = session.startFile(i, reader);
-        const bool readable = reader.readVertexAndFace4Blocs(plan.inputs[i].readerPath, points, faces);
+        const bool readable = session.readInput(i, input, reader);
+        QMArray<QMVector3f>& points = input.points();
         turnUpright(points, plan.up);
-        session.fileRead(i, readable, points, faces);
-        if (plan.placePointsInPlace) placeInPlace(points, placement->matrix);
+        session.fileRead(i, readable, points, input.numFaces());
+        placeInPlace(points, placement->matrix);
         const std::uint64_t trianglesBefore = exporter.trianglesWritten();
         const std::uint64_t skippedBefore = exporter.facesSkipped();
-        if (!faces.empty()) exporter.writeKMesh(points, faces);
-        session.checkFile(points, faces, plan.placePointsInPlace ? nullptr : &placement->matrix, plan.up);
+        exporter.writeMesh(input.mesh());
+        session.checkFile(input.mesh(), nullptr, plan.up);
         file.trianglesWritten = exporter.trianglesWritten() - trianglesBefore;
         file.facesSkipped = exporter.facesSkipped() - skippedBefore;
         if (file.facesSkipped != 0) session.warn(WarningKind::kFacesSkipped, "Face4", file.facesSkipped);
@@ -285,24 +280,20 @@ void runExport(const ExportPlan& plan, QMVRMLExport& exporter, ExportResult& res
         session.outputNotWritable(exporter.outputError());
         if (!plan.readInputsWithoutOutput) return;
     }
-    QMArray<QMVector3f> points;
-    QMArray<int> faces;
-    QMArray<QMVector2f> uvs;
-    QMArray<std::uint32_t> colours;
+    InputMesh input(InputMesh::Blocks::kWithUVsAndColours, plan.vertexColors);
     for (std::size_t i = 0; i < plan.inputs.size(); ++i) {
         QMVekIO reader;
         session.startFile(i, reader);
-        if (!plan.carryUVsAcrossFiles) uvs.clear();
-        const bool readable =
-            reader.readVtxFace4UV4AndMRGBBlocs(plan.inputs[i].readerPath, points, faces, uvs, colours);
-        session.fileRead(i, readable, points, faces);
-        if (!plan.vertexColors) colours.clear();
+        if (!plan.carryUVsAcrossFiles) input.forgetUVs();
+        const bool readable = session.readInput(i, input, reader);
+        session.fileRead(i, readable, input.points(), input.numFaces());
         QMString textureName = plan.inputs[i].textureName;
         QMDiskServer::removePathFromFilename(textureName);
-        if (faces.empty()) continue;
-        exporter.writeKMesh(points, faces, uvs, textureName, &colours);
-        session.checkFile(points, faces, &placement->matrix, UpAxis::Y);
-        if (const std::uint64_t bad = facesWithMissingPoints(faces, points.size()))
+        if (!input.hasFaceIndices()) continue;
+        const MeshSource& mesh = input.mesh();
+        exporter.writeMesh(mesh, textureName, true);
+        session.checkFile(mesh, &placement->matrix, UpAxis::Y);
+        if (const std::uint64_t bad = facesWithMissingPoints(mesh))
             session.warn(WarningKind::kFacesWithMissingPoints, "Face4", bad);
     }
     session.checkScene(UpAxis::Y);
@@ -318,17 +309,17 @@ void runCheck(const ExportPlan& plan, ExportResult& result) {
         session.measureAndPlace(plan.format == Format::Vrml ? UpAxis::Y : plan.up);
     if (!placement) return;
     const UpAxis up = plan.format == Format::Vrml ? UpAxis::Y : plan.up;
-    QMArray<QMVector3f> points;
-    QMArray<int> faces;
+    InputMesh input(InputMesh::Blocks::kPointsAndFaces, false);
     for (std::size_t i = 0; i < plan.inputs.size(); ++i) {
         QMVekIO reader;
         session.startFile(i, reader);
-        const bool readable = reader.readVertexAndFace4Blocs(plan.inputs[i].readerPath, points, faces);
+        const bool readable = session.readInput(i, input, reader);
+        QMArray<QMVector3f>& points = input.points();
         turnUpright(points, up);
-        session.fileRead(i, readable, points, faces);
+        session.fileRead(i, readable, points, input.numFaces());
         placeInPlace(points, placement->matrix);
-        session.checkFile(points, faces, nullptr, up);
-        session.progress()->facesWritten(faces.size() / 4);
+        session.checkFile(input.mesh(), nullptr, up);
+        session.progress()->facesWritten(input.numFaces());
     }
     session.checkScene(up);
 }
@@ -356,7 +347,7 @@ void runExport(const ExportPlan& plan, SceneWriter& writer, ExportResult& result
         const bool readable =
             reader.readVtxFace4UV4AndMRGBBlocs(plan.inputs[i].readerPath, points, faces, uvs, colours);
         turnUpright(points, plan.up);
-        session.fileRead(i, readable, points, faces);
+        session.fileRead(i, readable, points, faces.size() / 4);
         if (!plan.vertexColors) colours.clear();
         if (faces.size() < 4) continue;
         placeInPlace(points, placement->matrix);
@@ -370,9 +361,10 @@ void runExport(const ExportPlan& plan, SceneWriter& writer, ExportResult& result
         mesh.colourCount = colours.size();
         file.trianglesWritten = writer.writeMesh(mesh, facesWritten);
         result.report.trianglesWritten += file.trianglesWritten;
-        file.facesSkipped = facesWithMissingPoints(faces, points.size());
+        const ArrayMeshSource arrays(points, faces);
+        file.facesSkipped = facesWithMissingPoints(arrays);
         if (file.facesSkipped != 0) session.warn(WarningKind::kFacesSkipped, "Face4", file.facesSkipped);
-        session.checkFile(points, faces, nullptr, plan.up);
+        session.checkFile(arrays, nullptr, plan.up);
     }
     session.checkScene(plan.up);
     writer.end();

@@ -50,7 +50,6 @@ engine::ExportPlan planFor(const ExportOptions& options) {
     plan.height = options.height;
     plan.progress = options.progress;
     plan.check = options.check;
-    plan.placePointsInPlace = true;
     return plan;
 }
 

@@ -1,5 +1,6 @@
 #include "export/ArrayMeshSource.h"
 
+#include "export/VekColourIntensity.h"
 #include "vekio/QMVekIO.h"
 
 #include <algorithm>
@@ -33,6 +34,10 @@ void ArrayMeshSource::readColourWords(std::size_t first, std::size_t count, std:
 }
 
 double ArrayMeshSource::colourIntensity(int channel, std::uint8_t byte) const {
+    return vekColourIntensity(channel, byte);
+}
+
+double vekColourIntensity(int channel, std::uint8_t byte) {
     // Channel c of a word is its byte 2 - c.
     const QMArray<std::uint32_t> word = {std::uint32_t(byte) << (8 * (2 - channel))};
     QMVector3f colour;

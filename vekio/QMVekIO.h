@@ -10,6 +10,7 @@
 
 // Header of one block of a Vek file: 16 bytes, four little-endian words.
 class VekDamageReport;
+struct VekMeshLayout;
 
 // The bytes of a whole Vek file held in memory, for the readers' byte forms.
 struct VekBytes {
@@ -74,6 +75,12 @@ public:
     // Leaves `uvs` as it was when the file has no UV4 block (it is not cleared).
     bool readVtxFace4UV4AndMRGBBlocs(const QMString& name, QMArray<QMVector3f>& points, QMArray<int>& faces,
                                      QMArray<QMVector2f>& uvs, QMArray<std::uint32_t>& mrgb);
+
+    // The log lines readVertexAndFace4Blocs and readVtxFace4UV4AndMRGBBlocs
+    // print for a file of this layout, when it is simple (VekMeshLayout.h),
+    // for a caller that reads its blocks in ranges instead.
+    void logVertexAndFace4Reads(const VekMeshLayout& layout);
+    void logVtxFace4UV4AndMRGBReads(const VekMeshLayout& layout);
 
     // The box of all points, streamed in fixed chunks. Finds the Points block
     // only when it is the first block of the file.

@@ -18,4 +18,8 @@ struct VekBlockCounts {
     std::uint64_t colours = 0;    // MRGB words
 };
 
+struct VekMeshLayout;
+
 VekBlockCounts readVekBlockCounts(const QMString& name);
+// The same counts from blocks already located.
+VekBlockCounts blockCountsOf(const VekMeshLayout& layout);

@@ -2,6 +2,7 @@
 
 #include "support/QMLogServer.h"
 #include "vekio/VekBlockWalk.h"
+#include "vekio/VekMeshLayout.h"
 
 // Every reader clears its outputs, opens the file (false when it cannot) and
 // checks the file header (false when it is wrong), then walks the blocks. A
@@ -15,6 +16,17 @@ constexpr std::uint64_t kFourPerCount = 4;
 
 void logSkippedBlock(const Vek_Header& header) {
     QMLogServer::printLine(QMString("  Vek Reading: Skipping Bloc tag=%d"), static_cast<int>(header.tag));
+}
+
+// The lines the mesh readers print as they read a block.
+void logPointsRead(std::uint32_t count) {
+    QMLogServer::printLine(QMString("  Vek Reading [Points] (%d)"), static_cast<int>(count));
+}
+void logFace4Read(std::uint32_t count) {
+    QMLogServer::printLine(QMString("  Vek Reading [Face4] (%d fac)"), static_cast<int>(count));
+}
+void logUV4Read(std::uint32_t count) {
+    QMLogServer::printLine(QMString("  Vek Reading [UV4] (%d)"), static_cast<int>(count));
 }
 
 template <class Source>
@@ -42,7 +54,7 @@ bool readFace4BlocFrom(QMVekIO& io, const Source& source, QMArray<int>& faces, b
     Vek_Header header;
     while (walk.next(header)) {
         if (header.tag == QMVekIO::kTagFace4) {
-            QMLogServer::printLine(QMString("  Vek Reading [Face4] (%d fac)"), static_cast<int>(header.count));
+            logFace4Read(header.count);
             walk.readBody(header, faces, kFourPerCount);
             continue;
         }
@@ -60,7 +72,7 @@ bool readUV4BlocFrom(QMVekIO& io, const Source& source, QMArray<QMVector2f>& uvs
     Vek_Header header;
     while (walk.next(header)) {
         if (header.tag == QMVekIO::kTagUV4) {
-            QMLogServer::printLine(QMString("  Vek Reading [UV4] (%d)"), static_cast<int>(header.count));
+            logUV4Read(header.count);
             walk.readBody(header, uvs, kFourPerCount);
             continue;
         }
@@ -113,11 +125,11 @@ bool readVertexAndFace4BlocsFrom(QMVekIO& io, const Source& source, QMArray<QMVe
     Vek_Header header;
     while (walk.next(header)) {
         if (header.tag == QMVekIO::kTagPoints) {
-            QMLogServer::printLine(QMString("  Vek Reading [Points] (%d)"), static_cast<int>(header.count));
+            logPointsRead(header.count);
             walk.readBody(header, points, kOnePerCount);
             if (!faces.empty()) return true;
         } else if (header.tag == QMVekIO::kTagFace4) {
-            QMLogServer::printLine(QMString("  Vek Reading [Face4] (%d fac)"), static_cast<int>(header.count));
+            logFace4Read(header.count);
             walk.readBody(header, faces, kFourPerCount);
             if (!points.empty()) return true;
         } else {
@@ -127,20 +139,22 @@ bool readVertexAndFace4BlocsFrom(QMVekIO& io, const Source& source, QMArray<QMVe
     return true;
 }
 
+void logMRGBReadUncounted() { QMLogServer::printLine(QMString("  Vek Reading [MRGB]")); }
+
 // The Points, Face4 and UV4 blocks as the two richest readers take them.
 bool readMeshBlock(VekBlockWalk& walk, const Vek_Header& header, QMArray<QMVector3f>& points, QMArray<int>& faces,
                    QMArray<QMVector2f>& uvs) {
     switch (header.tag) {
         case QMVekIO::kTagPoints:
-            QMLogServer::printLine(QMString("  Vek Reading [Points] (%d)"), static_cast<int>(header.count));
+            logPointsRead(header.count);
             walk.readBody(header, points, kOnePerCount);
             return true;
         case QMVekIO::kTagFace4:
-            QMLogServer::printLine(QMString("  Vek Reading [Face4] (%d fac)"), static_cast<int>(header.count));
+            logFace4Read(header.count);
             walk.readBody(header, faces, kFourPerCount);
             return true;
         case QMVekIO::kTagUV4:
-            QMLogServer::printLine(QMString("  Vek Reading [UV4] (%d)"), static_cast<int>(header.count));
+            logUV4Read(header.count);
             walk.readBody(header, uvs, kFourPerCount);
             return true;
         default:
@@ -177,7 +191,7 @@ bool readVtxFace4UV4AndMRGBBlocsFrom(QMVekIO& io, const Source& source, QMArray<
     while (walk.next(header)) {
         if (readMeshBlock(walk, header, points, faces, uvs)) continue;
         if (header.tag == QMVekIO::kTagMRGB) {
-            QMLogServer::printLine(QMString("  Vek Reading [MRGB]"));
+            logMRGBReadUncounted();
             walk.readBody(header, mrgb, kOnePerCount);
             continue;
         }
@@ -246,4 +260,40 @@ bool QMVekIO::readVtxFace4UV4AndMRGBBlocs(const QMString& name, QMArray<QMVector
 bool QMVekIO::readVtxFace4UV4AndMRGBBlocs(const VekBytes& bytes, QMArray<QMVector3f>& points, QMArray<int>& faces,
                                           QMArray<QMVector2f>& uvs, QMArray<std::uint32_t>& mrgb) {
     return readVtxFace4UV4AndMRGBBlocsFrom(*this, bytes, points, faces, uvs, mrgb);
+}
+
+// What the two mesh readers print for a simple layout, whose blocks they
+// would read whole: the same lines, in block order.
+
+void QMVekIO::logVertexAndFace4Reads(const VekMeshLayout& layout) {
+    bool havePoints = false, haveFaces = false;
+    for (const VekBlockExtent& block : layout.meshBlocks) {
+        if (block.tag == kTagPoints) {
+            logPointsRead(block.count);
+            havePoints = block.count != 0;
+            if (haveFaces) return;
+        } else if (block.tag == kTagFace4) {
+            logFace4Read(block.count);
+            haveFaces = block.count != 0;
+            if (havePoints) return;
+        }
+    }
+}
+
+void QMVekIO::logVtxFace4UV4AndMRGBReads(const VekMeshLayout& layout) {
+    for (const VekBlockExtent& block : layout.meshBlocks) {
+        switch (block.tag) {
+            case kTagPoints:
+                logPointsRead(block.count);
+                break;
+            case kTagFace4:
+                logFace4Read(block.count);
+                break;
+            case kTagUV4:
+                logUV4Read(block.count);
+                break;
+            default:
+                logMRGBReadUncounted();
+        }
+    }
 }

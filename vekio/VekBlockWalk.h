@@ -50,6 +50,11 @@ public:
     // The next 16 bytes as a block header, whatever it says.
     bool readHeader(Vek_Header& header);
 
+    // The current position (after next(), where the block's body starts) and
+    // the bytes in the file.
+    std::uint64_t offset() const { return position(); }
+    std::uint64_t size() const { return m_size; }
+
 private:
     // How many of the elements the header's count names (elementsPerCount
     // each) may be allocated: all of them unless that needs more than the
