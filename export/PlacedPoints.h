@@ -20,6 +20,7 @@ public:
 
     std::size_t size() const { return m_size; }
     const QMVector3f& operator[](std::size_t i) const { return m_points[i]; }
+    const QMVector3f* data() const { return m_points; }
 
 private:
     std::vector<QMVector3f> m_placed;

@@ -36,35 +36,34 @@ char* appendFloats(char* out, const QMVector3f& v) {
 }
 
 // One 50-byte record: normal, three corners, the attribute word.
-char* formatTriangleBIN(char* out, const QMVector3f& p0, const QMVector3f& p1, const QMVector3f& p2) {
-    out = appendFloats(out, stlFacetNormal(p0, p1, p2));
-    out = appendFloats(out, p0);
-    out = appendFloats(out, p1);
-    out = appendFloats(out, p2);
+char* formatTriangleBIN(char* out, const QMVector3f& normal, const QMVector3f* points, const TriangleCorners& t) {
+    out = appendFloats(out, normal);
+    out = appendFloats(out, points[t.i0]);
+    out = appendFloats(out, points[t.i1]);
+    out = appendFloats(out, points[t.i2]);
     *out++ = ' ';  // the attribute word is two spaces, 0x2020
     *out++ = ' ';
     return out;
 }
 
-// A triangle corner: its placed point, and the point's index (the key of its
-// cached text).
-struct Corner {
-    const QMVector3f& point;
-    int index;
-};
-
-// One facet, at most kMaxFacetText bytes.
-char* formatTriangleASCII(char* out, PointTextCache& texts, const Corner& c0, const Corner& c1, const Corner& c2) {
+// One facet, at most kMaxFacetText bytes. A point's text is cached under its
+// index.
+char* formatTriangleASCII(char* out, PointTextCache& texts, const QMVector3f& normal, const QMVector3f* points,
+                          const TriangleCorners& t) {
     out = appendLiteral(out, "facet normal ");
-    out = PointTextCache::format(out, stlFacetNormal(c0.point, c1.point, c2.point));
+    out = PointTextCache::format(out, normal);
     out = appendLiteral(out, "\nouter loop\nvertex ");
-    out = texts.append(out, c0.index, c0.point);
+    out = texts.append(out, t.i0, points[t.i0]);
     out = appendLiteral(out, "\nvertex ");
-    out = texts.append(out, c1.index, c1.point);
+    out = texts.append(out, t.i1, points[t.i1]);
     out = appendLiteral(out, "\nvertex ");
-    out = texts.append(out, c2.index, c2.point);
+    out = texts.append(out, t.i2, points[t.i2]);
     return appendLiteral(out, "\nendloop\nendfacet\n");
 }
+
+// Triangles whose normals are computed together before their records are
+// formatted.
+constexpr std::size_t kTrianglesPerBatch = 256;
 
 // What one formatting worker keeps across its ranges: the texts of recent
 // points (ASCII) and room for faces the mesh does not hold as an array.
@@ -161,6 +160,7 @@ void QMSTLExport::writeMesh(const MeshSource& mesh) {
     if (numFaces == 0) return;
     const PlacedPoints points(mesh, m_useMatrix ? &m_matrix : nullptr);
     const std::size_t numPoints = points.size();
+    const QMVector3f* placed = points.data();
     const auto inRange = [numPoints](int index) { return index >= 0 && std::size_t(index) < numPoints; };
     const bool binary = m_binary;
     const std::size_t facesPerRange = binary ? kFacesPerBinaryRange : kFacesPerTextRange;
@@ -170,24 +170,27 @@ void QMSTLExport::writeMesh(const MeshSource& mesh) {
                                  RangeCounts& counts) {
         if (!binary && !scratch.pointTexts) scratch.pointTexts = std::make_unique<PointTextCache>();
         const std::int32_t* faces = faceRange(mesh, first, end, scratch, facesPerRange);
-        for (std::size_t f = 0; f < end - first; ++f) {
-            const std::int32_t* face = faces + 4 * f;
-            const bool isQuad = face[3] != -1;
-            if (!inRange(face[0]) || !inRange(face[1]) || !inRange(face[2]) || (isQuad && !inRange(face[3]))) {
-                ++counts.skipped;
-                continue;
+        const std::size_t numFacesInRange = end - first;
+        TriangleCorners triangles[kTrianglesPerBatch];
+        QMVector3f normals[kTrianglesPerBatch];
+        for (std::size_t f = 0; f < numFacesInRange;) {
+            // A face gives one triangle, or two (0 1 2 and 0 2 3) for a quad.
+            std::size_t batch = 0;
+            for (; f < numFacesInRange && batch + 2 <= kTrianglesPerBatch; ++f) {
+                const std::int32_t* face = faces + 4 * f;
+                const bool isQuad = face[3] != -1;
+                if (!inRange(face[0]) || !inRange(face[1]) || !inRange(face[2]) || (isQuad && !inRange(face[3]))) {
+                    ++counts.skipped;
+                    continue;
+                }
+                triangles[batch++] = {face[0], face[1], face[2]};
+                if (isQuad) triangles[batch++] = {face[0], face[2], face[3]};
             }
-            const Corner c0{points[std::size_t(face[0])], face[0]};
-            const Corner c1{points[std::size_t(face[1])], face[1]};
-            const Corner c2{points[std::size_t(face[2])], face[2]};
-            out = binary ? formatTriangleBIN(out, c0.point, c1.point, c2.point)
-                         : formatTriangleASCII(out, *scratch.pointTexts, c0, c1, c2);
-            ++counts.written;
-            if (!isQuad) continue;
-            const Corner c3{points[std::size_t(face[3])], face[3]};
-            out = binary ? formatTriangleBIN(out, c0.point, c2.point, c3.point)
-                         : formatTriangleASCII(out, *scratch.pointTexts, c0, c2, c3);
-            ++counts.written;
+            stlFacetNormals(placed, triangles, batch, normals);
+            for (std::size_t t = 0; t < batch; ++t)
+                out = binary ? formatTriangleBIN(out, normals[t], placed, triangles[t])
+                             : formatTriangleASCII(out, *scratch.pointTexts, normals[t], placed, triangles[t]);
+            counts.written += batch;
         }
         return out;
     };
