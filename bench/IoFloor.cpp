@@ -1,15 +1,17 @@
 // bench_io_floor: the raw I/O an export cannot avoid, done as cheaply as the
-// system allows: the input blocks the export reads, read with large read()
-// calls into one reused buffer, and an output of the export's size written
-// with large write() calls. No parsing, no formatting.
+// system allows: every input block the export needs, each read exactly once
+// with large pread() calls into one reused buffer, then an output of the
+// export's size written with large write() calls. No parsing, no formatting.
 //
 //   bench_io_floor KIND OUTPUT_BYTES OUT FILE.vek...
 //
-// KIND names the export whose reads are repeated, in its order:
+// KIND names the export whose input is read, file by file:
 //   bounds  the Points block of each file;
-//   stl     the Points block of each file (the scene bounds), then the Points
-//           and Face4 blocks of each file;
-//   vrml    the same, and also the UV4 and MRGB blocks of each file.
+//   stl     the Points and Face4 blocks of each file (the scene bounds come
+//           from the same points, so they are not read a second time);
+//   vrml    the Points, Face4, UV4 and MRGB blocks of each file.
+// OUT receives exactly OUTPUT_BYTES bytes; the driver puts it in the
+// directory of the export's own output, so both write to the same file system.
 // Prints "seconds S" (block positions are found before the clock starts).
 
 #include "bench/Stopwatch.h"
@@ -25,60 +27,55 @@
 #include <stdexcept>
 #include <string>
 #include <unistd.h>
+#include <utility>
 #include <vector>
 
 namespace {
 
 constexpr std::size_t kChunk = std::size_t(8) << 20;
 
-struct Extent {
+// One input file and the bodies of the blocks read from it.
+struct FileReads {
     std::string path;
-    std::uint64_t offset = 0;
-    std::uint64_t bytes = 0;
+    std::vector<std::pair<std::uint64_t, std::uint64_t>> bodies;  // offset, bytes
 };
 
-// The body of the first block with this tag, or nothing when there is none.
-void addBody(std::vector<Extent>& plan, const std::string& path, const vekgen::VekInspection& file, std::uint32_t tag) {
-    for (const vekgen::VekBlockInfo& b : file.blocks)
-        if (b.tag == tag) {
-            plan.push_back({path, b.offset + vekgen::kBlockHeaderSize, b.size - vekgen::kBlockHeaderSize});
-            return;
-        }
+// The blocks an export of this kind reads from each file.
+std::vector<std::uint32_t> tagsRead(const std::string& kind) {
+    if (kind == "bounds") return {vekgen::kTagPoints};
+    if (kind == "stl") return {vekgen::kTagPoints, vekgen::kTagFace4};
+    return {vekgen::kTagPoints, vekgen::kTagFace4, vekgen::kTagUV4, vekgen::kTagMRGB};
 }
 
-std::vector<Extent> readPlan(const std::string& kind, const std::vector<std::string>& files) {
-    std::vector<vekgen::VekInspection> inspected;
-    for (const std::string& path : files) {
-        inspected.push_back(vekgen::VekInspector::inspectFile(path));
-        if (!inspected.back().ok()) throw std::runtime_error(path + ": " + inspected.back().message);
+// The body of the first block with each tag; a tag the file lacks adds nothing.
+FileReads fileReads(const std::string& path, const std::vector<std::uint32_t>& tags) {
+    const vekgen::VekInspection file = vekgen::VekInspector::inspectFile(path);
+    if (!file.ok()) throw std::runtime_error(path + ": " + file.message);
+    FileReads reads{path, {}};
+    for (const std::uint32_t tag : tags) {
+        const auto block = std::find_if(file.blocks.begin(), file.blocks.end(),
+                                        [tag](const vekgen::VekBlockInfo& b) { return b.tag == tag; });
+        if (block != file.blocks.end())
+            reads.bodies.emplace_back(block->offset + vekgen::kBlockHeaderSize,
+                                      block->size - vekgen::kBlockHeaderSize);
     }
-    std::vector<Extent> plan;
-    for (std::size_t i = 0; i < files.size(); ++i) addBody(plan, files[i], inspected[i], vekgen::kTagPoints);
-    if (kind == "bounds") return plan;
-    for (std::size_t i = 0; i < files.size(); ++i) {
-        addBody(plan, files[i], inspected[i], vekgen::kTagPoints);
-        addBody(plan, files[i], inspected[i], vekgen::kTagFace4);
-        if (kind == "vrml") {
-            addBody(plan, files[i], inspected[i], vekgen::kTagUV4);
-            addBody(plan, files[i], inspected[i], vekgen::kTagMRGB);
-        }
-    }
-    return plan;
+    return reads;
 }
 
 std::runtime_error systemError(const std::string& what, const std::string& path) {
     return std::runtime_error(what + " " + path + ": " + std::strerror(errno));
 }
 
-void readExtent(const Extent& e, std::vector<char>& buffer) {
-    const int fd = open(e.path.c_str(), O_RDONLY);
-    if (fd < 0) throw systemError("cannot open", e.path);
-    for (std::uint64_t done = 0; done < e.bytes;) {
-        const std::size_t want = static_cast<std::size_t>(std::min<std::uint64_t>(kChunk, e.bytes - done));
-        const ssize_t got = pread(fd, buffer.data(), want, static_cast<off_t>(e.offset + done));
-        if (got <= 0) throw systemError("cannot read", e.path);
-        done += static_cast<std::uint64_t>(got);
-    }
+void readFile(const FileReads& reads, std::vector<char>& buffer) {
+    const int fd = open(reads.path.c_str(), O_RDONLY);
+    if (fd < 0) throw systemError("cannot open", reads.path);
+    for (const auto& [offset, bytes] : reads.bodies)
+        for (std::uint64_t done = 0; done < bytes;) {
+            const std::size_t want = static_cast<std::size_t>(std::min<std::uint64_t>(kChunk, bytes - done));
+            const ssize_t got = pread(fd, buffer.data(), want, static_cast<off_t>(offset + done));
+            if (got <= 0) throw systemError("cannot read", reads.path);
+            done += static_cast<std::uint64_t>(got);
+        }
     close(fd);
 }
 
@@ -108,10 +105,11 @@ int main(int argc, char** argv) {
     }
     try {
         const std::uint64_t outputBytes = std::stoull(argv[2]);
-        const std::vector<Extent> plan = readPlan(kind, std::vector<std::string>(argv + 4, argv + argc));
+        std::vector<FileReads> plan;
+        for (int i = 4; i < argc; ++i) plan.push_back(fileReads(argv[i], tagsRead(kind)));
         std::vector<char> buffer(kChunk, ' ');
         const Stopwatch clock;
-        for (const Extent& e : plan) readExtent(e, buffer);
+        for (const FileReads& reads : plan) readFile(reads, buffer);
         writeOutput(argv[3], outputBytes, buffer);
         clock.report();
     } catch (const std::exception& e) {

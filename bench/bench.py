@@ -9,11 +9,8 @@ Exit status: 0, or 1 when an output differs from the model's or a benchmark
 program of the project fails.
 """
 import argparse
-import glob
-import hashlib
 import json
 import os
-import re
 import shutil
 import subprocess
 import sys
@@ -21,12 +18,11 @@ import time
 
 from measure import RunFailed, Runner
 import report
+from scenes import GB, ROOT, VEKGEN, Scene, say, scratch_directory
 
-ROOT = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
 NATIVE = os.path.join(ROOT, "build", "native")
 LIBRARY = os.path.join(NATIVE, "libombrel.so")
 MODEL = os.path.join(NATIVE, "tests", "model", "ombrel_model")
-VEKGEN = os.path.join(NATIVE, "tools", "vekgen", "vekgen")
 BENCH_EXPORT = os.path.join(NATIVE, "bench", "bench_export")
 BENCH_FLOOR = os.path.join(NATIVE, "bench", "bench_io_floor")
 BENCH_PRINTF = os.path.join(NATIVE, "bench", "bench_printf")
@@ -34,11 +30,18 @@ BENCH_RUSAGE = os.path.join(NATIVE, "bench", "bench_rusage")
 PEERS_SCRIPT = os.path.join(ROOT, "bench", "peers.py")
 PYTHON = "/usr/bin/python3"
 
-FILES, SEED, HEIGHT = 4, 1, 100
-SCENES = [("100k", 100_000, 5), ("1M", 1_000_000, 5), ("10M", 10_000_000, 3)]  # label, faces, timed runs
-QUICK_SCENES = [("100k", 100_000, 3), ("1M", 1_000_000, 3)]
-# An item whose warm-up takes longer than this is measured by that run alone.
+FILES, HEIGHT = 4, 100
+# label, faces, timed runs after the warm-up. Ombrel's exports and the I/O
+# floors get every run; peers and the printf baseline fewer when slow (see
+# measure.py), and at most QUICK_PEER_RUNS in quick mode.
+SCENES = [("100k", 100_000, 7), ("1M", 1_000_000, 7), ("10M", 10_000_000, 3)]
+QUICK_SCENES = SCENES[:2]
+QUICK_PEER_RUNS = 3
+# A peer whose warm-up takes longer than this is measured by that run alone.
 SINGLE_RUN, QUICK_SINGLE_RUN = 20.0, 5.0
+# Room the scratch directory needs (scenes, PLY files, the outputs kept for
+# the model's check and the largest output), full and quick.
+SCRATCH_NEED, QUICK_SCRATCH_NEED = 8 * GB, 2 * GB
 
 # Ombrel's measured exports: mode, file extension, kind of I/O floor.
 EXPORTS = [("bounds", ".box", "bounds"), ("stl-binary", ".stl", "stl"), ("stl-ascii", ".stl", "stl"),
@@ -74,65 +77,11 @@ def peer_table():
     }
 
 
-def say(text):
-    print(text, flush=True)
-
-
 def available(program):
     """Whether a peer's program (assimp) or Python module is installed."""
     if program == "assimp":
         return shutil.which("assimp") is not None
     return subprocess.run([PYTHON, "-c", "import " + program], capture_output=True).returncode == 0
-
-
-def file_digest(path):
-    digest = hashlib.sha256()
-    with open(path, "rb") as f:
-        for chunk in iter(lambda: f.read(1 << 20), b""):
-            digest.update(chunk)
-    return digest.hexdigest()
-
-
-def array_bytes(path):
-    """Bytes of the arrays an export holds for one Vek file, from its block
-    counts as `vekgen info` lists them."""
-    sizes = {"Points": 12, "Face4": 16, "UV4": 32, "MRGB": 4}
-    listing = subprocess.run([VEKGEN, "info", path], capture_output=True, text=True, check=True).stdout
-    total = 0
-    for name, count in re.findall(r"^\s+\d+\s+\d+\s+(\w+)\s+(\d+)\s+\d+", listing, re.M):
-        total += sizes.get(name, 0) * int(count)
-    return total
-
-
-class Scene:
-    """One generated scene in the scratch directory, reused while the
-    generator and its arguments stay the same."""
-
-    def __init__(self, scratch, label, faces):
-        self.label, self.faces = label, faces
-        self.dir = os.path.join(scratch, "scenes", label)
-        arguments = ["scene", "--faces", str(faces), "--files", str(FILES), "--seed", str(SEED)]
-        stamp = {"arguments": arguments, "vekgen": file_digest(VEKGEN)}
-        stamp_path = os.path.join(self.dir, "stamp.json")
-        if not os.path.exists(stamp_path) or json.load(open(stamp_path)) != stamp:
-            say("[%s] generating: vekgen %s" % (label, " ".join(arguments)))
-            shutil.rmtree(self.dir, ignore_errors=True)
-            subprocess.run([VEKGEN] + arguments + [self.dir], check=True, stdout=subprocess.DEVNULL)
-            json.dump(stamp, open(stamp_path, "w"))
-        self.files = sorted(glob.glob(os.path.join(self.dir, "part*.vek")),
-                            key=lambda p: int(re.search(r"(\d+)\.vek$", p).group(1)))
-        self.largest_arrays = max(array_bytes(p) for p in self.files)
-
-    def ply(self, kind):
-        """The scene as PLY for the peers: "tri" (triangles) or "poly"."""
-        path = os.path.join(self.dir, kind + ".ply")
-        if not os.path.exists(path):
-            say("[%s] converting to %s" % (self.label, os.path.basename(path)))
-            options = ["--triangles"] if kind == "tri" else []
-            subprocess.run([VEKGEN, "ply"] + options + ["--height", str(HEIGHT), path + ".part"] + self.files,
-                           check=True, stdout=subprocess.DEVNULL)
-            os.replace(path + ".part", path)
-        return path
 
 
 def describe(label, what, result):
@@ -153,8 +102,9 @@ class SceneBench:
 
     OWN_TIME = {"time": lambda r: r.reported()}
 
-    def __init__(self, runner, scene, runs, out_dir, data, earlier):
-        self.runner, self.scene, self.runs, self.data, self.earlier = runner, scene, runs, data, earlier
+    def __init__(self, runner, scene, runs, peer_runs, out_dir, data, earlier):
+        self.runner, self.scene, self.data, self.earlier = runner, scene, data, earlier
+        self.runs, self.peer_runs = runs, peer_runs
         self.out_dir = out_dir
         self.keep_dir = os.path.join(out_dir, "kept")
         os.makedirs(self.keep_dir)
@@ -191,7 +141,7 @@ class SceneBench:
         if mode in MODEL_MODES and (self.label() != "10M" or mode in MODEL_10M):
             keep = os.path.join(self.keep_dir, "ombrel-" + mode + extension)
         command = [BENCH_EXPORT, LIBRARY, mode, output] + self.scene.files
-        result = self.runner.measure(command, output, self.runs, self.OWN_TIME, keep)["time"]
+        result = self.runner.measure(command, output, self.runs, self.OWN_TIME, keep, in_full=True)["time"]
         describe(self.label(), "Ombrel " + mode, result)
         self.data["ombrel"][mode] = vars(result)
         return result.output_bytes
@@ -199,7 +149,7 @@ class SceneBench:
     def floor(self, mode, extension, kind, output_bytes):
         output = os.path.join(self.out_dir, "floor" + extension)
         command = [BENCH_FLOOR, kind, str(output_bytes), output] + self.scene.files
-        result = self.runner.measure(command, output, self.runs, self.OWN_TIME)["time"]
+        result = self.runner.measure(command, output, self.runs, self.OWN_TIME, in_full=True)["time"]
         describe(self.label(), "I/O floor for " + mode, result)
         self.data["floor"][mode] = vars(result)
 
@@ -212,7 +162,7 @@ class SceneBench:
             return
         output = os.path.join(self.out_dir, "printf" + extension)
         command = [BENCH_PRINTF, mode, output] + self.scene.files
-        result = self.runner.measure(command, output, self.runs, self.OWN_TIME)["time"]
+        result = self.runner.measure(command, output, self.peer_runs, self.OWN_TIME)["time"]
         describe(self.label(), "printf baseline " + mode, result)
         entries["printf"] = vars(result)
 
@@ -233,7 +183,8 @@ class SceneBench:
             return skip(why)
         output = os.path.join(self.out_dir, "peer" + extension)
         try:
-            results = self.runner.measure(arguments(self.scene.ply(ply_kind), output), output, self.runs, timers)
+            results = self.runner.measure(arguments(self.scene.ply(ply_kind, HEIGHT), output), output,
+                                          self.peer_runs, timers)
         except RunFailed as failure:
             return skip("failed: " + str(failure)[:300])
         for timer, result in results.items():
@@ -266,12 +217,15 @@ def model_check(runner, scenes, keep_dirs, out_root):
 
 def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
-    parser.add_argument("--quick", action="store_true", help="100k and 1M only, 3 runs (1 for slow items)")
+    parser.add_argument("--quick", action="store_true",
+                        help="100k and 1M only; peers and the printf baseline at most %d runs" % QUICK_PEER_RUNS)
     parser.add_argument("--started-at", type=float, help="when the command started (for the total time)")
     args = parser.parse_args()
     started = args.started_at or time.time()
 
-    scratch = os.path.abspath(os.environ.get("OMBREL_BENCH_DIR", "/tmp/ombrel-bench"))
+    sizes = QUICK_SCENES if args.quick else SCENES
+    reused = ["out"] + [os.path.join("scenes", label) for label, _, _ in sizes]
+    scratch, scratch_note = scratch_directory(QUICK_SCRATCH_NEED if args.quick else SCRATCH_NEED, reused)
     if os.path.commonpath([scratch, ROOT]) == ROOT:
         sys.exit("bench.py: the scratch directory %s is inside the repository" % scratch)
     out_root = os.path.join(scratch, "out")
@@ -279,21 +233,24 @@ def main():
     for program in (LIBRARY, MODEL, VEKGEN, BENCH_EXPORT, BENCH_FLOOR, BENCH_PRINTF, BENCH_RUSAGE):
         if not os.path.exists(program):
             sys.exit("bench.py: %s is missing; run bench/run.sh, which builds it" % program)
-    say("scratch directory %s" % scratch)
+    say("scratch directory %s" % scratch + ("\n" + scratch_note if scratch_note else ""))
 
     os.makedirs(scratch, exist_ok=True)
     environment = report.machine(ROOT, "bash bench/run.sh" + (" --quick" if args.quick else ""), scratch)
+    environment["scratch_note"] = scratch_note
     runner = Runner(BENCH_RUSAGE, QUICK_SINGLE_RUN if args.quick else SINGLE_RUN)
     environment["launcher_rss_kib"] = runner.run_once(["true"]).max_rss_kib
     scenes, keep_dirs, measured = [], {}, []
     failed = None
     try:
         previous = None
-        for label, faces, runs in QUICK_SCENES if args.quick else SCENES:
-            scene = Scene(scratch, label, faces)
+        for label, faces, runs in sizes:
+            scene = Scene(scratch, label, faces, FILES)
             data = {"label": label, "faces": faces, "files": FILES, "largest_arrays": scene.largest_arrays,
                     "ombrel": {}, "floor": {}, "printf": {}, "peers": {}}
-            measured_scene = SceneBench(runner, scene, runs, os.path.join(out_root, label), data, previous)
+            peer_runs = min(runs, QUICK_PEER_RUNS) if args.quick else runs
+            measured_scene = SceneBench(runner, scene, runs, peer_runs, os.path.join(out_root, label), data,
+                                        previous)
             measured_scene.run()
             keep_dirs[label] = measured_scene.keep_dir
             scenes.append(scene)

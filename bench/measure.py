@@ -10,9 +10,11 @@ import subprocess
 import tempfile
 from dataclasses import dataclass, field
 
-# A warm-up longer than SLOW_RUN seconds is followed by at most 3 timed runs;
-# one longer than the runner's single-run limit is itself the only run (the
-# caches are warm by then, and repeating would not fit the time budget).
+# For the slow programs (peers, baselines), a warm-up longer than SLOW_RUN
+# seconds is followed by at most 3 timed runs, and one longer than the
+# runner's single-run limit is itself the only run (the caches are warm by
+# then, and repeating would not fit the time budget). Items measured in full
+# (Ombrel's exports, the I/O floors) always get the warm-up and every run.
 SLOW_RUN = 5.0
 
 
@@ -87,14 +89,17 @@ class Runner:
         size = os.path.getsize(output) if output and os.path.exists(output) else 0
         return Run(finished.stdout.decode(errors="replace"), size)
 
-    def measure(self, command, output, runs, timers, keep=None):
-        """A warm-up run, then the timed runs (see SLOW_RUN).
+    def measure(self, command, output, runs, timers, keep=None, in_full=False):
+        """A warm-up run, then the timed runs (`runs` of them when `in_full`,
+        else fewer for slow programs: see SLOW_RUN).
         `timers` maps a name to a function of a Run giving its time; one
         Result per timer is returned. The last output is moved to `keep`, if
         given, else removed."""
         warm = self.run_once(command, output)
         first = min(t(warm) for t in timers.values())
-        if first > self.single_run:
+        if in_full:
+            timed, note = [self.run_once(command, output) for _ in range(runs)], ""
+        elif first > self.single_run:
             timed, note = [warm], "one run (over %g s)" % self.single_run
         else:
             count = runs if first <= SLOW_RUN else min(runs, 3)

@@ -4,8 +4,13 @@
 # Builds what it needs (the native build's library, vekgen, bench programs
 # and ombrel_model, the model of the export script calls), then measures and
 # writes bench/results.md. Scenes and outputs go to $OMBREL_BENCH_DIR (default
-# /tmp/ombrel-bench). Exits non-zero when an export's bytes differ from the
-# model's.
+# /dev/shm/ombrel-bench when it has room, else /tmp/ombrel-bench). Exits
+# non-zero when an export's bytes differ from the model's.
+#
+# Sculpt-sized scenes (30M and 40M faces) through the 32-bit and the 64-bit
+# builds, compared byte for byte, are a separate command that builds nothing
+# (see bench/README.md):
+#   /usr/bin/python3 bench/sculpt.py [--quick]
 set -euo pipefail
 started=$(date +%s)
 cd "$(dirname "$0")/.."

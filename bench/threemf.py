@@ -3,7 +3,8 @@ beside its binary STL export of the same scene, and assimp's 3MF exporter
 (`assimp export IN OUT.3mf`) on the same mesh, each timed with its output's
 size and its peak memory (bench_rusage). Scenes are those of the main
 benchmark (`vekgen scene --faces N --files 4 --seed 1`, shared with it in
-$OMBREL_BENCH_DIR). Writes bench/results-3mf.md.
+the scratch directory, $OMBREL_BENCH_DIR or by default /dev/shm/ombrel-bench
+when it has room). Writes bench/results-3mf.md.
 
 assimp reads the binary STL of the scene that Ombrel wrote: from the PLY
 files the other peers read (`vekgen ply`), assimp 5.2's 3MF exporter writes a
@@ -27,6 +28,7 @@ import zipfile
 import bench as main_bench
 from measure import RunFailed, Runner
 import report
+from scenes import Scene, say, scratch_directory
 
 ROOT = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
 SIZES = {"100k": 100_000, "1M": 1_000_000, "10M": 10_000_000}
@@ -35,10 +37,6 @@ ASSIMP_LIMIT_10M = 240.0
 # Ombrel's exports: mode of bench_3mf, the table's name, extension.
 OWN = [("stl", "Ombrel binary STL", ".stl"), ("3mf", "Ombrel 3MF", ".3mf"),
        ("3mf-colors", "Ombrel 3MF with colours", ".3mf")]
-
-
-def say(text):
-    print(text, flush=True)
 
 
 def triangles_in(path):
@@ -71,11 +69,14 @@ def main():
     build = os.path.abspath(args.build)
     bench_3mf = os.path.join(build, "bench", "bench_3mf")
     rusage = os.path.join(build, "bench", "bench_rusage")
-    main_bench.VEKGEN = os.path.join(build, "tools", "vekgen", "vekgen")
-    for program in (bench_3mf, rusage, main_bench.VEKGEN):
+    vekgen = os.path.join(build, "tools", "vekgen", "vekgen")
+    for program in (bench_3mf, rusage, vekgen):
         if not os.path.exists(program):
             sys.exit("threemf.py: %s is missing; build bench_3mf, bench_rusage and vekgen first" % program)
-    scratch = os.path.abspath(os.environ.get("OMBREL_BENCH_DIR", "/tmp/ombrel-bench"))
+    reused = ["out-3mf"] + [os.path.join("scenes", label) for label in args.sizes.split(",")]
+    scratch, scratch_note = scratch_directory(main_bench.SCRATCH_NEED, reused)
+    if scratch_note:
+        say(scratch_note)
     out_root = os.path.join(scratch, "out-3mf")
     shutil.rmtree(out_root, ignore_errors=True)
     os.makedirs(out_root)
@@ -89,7 +90,7 @@ def main():
     have_assimp = shutil.which("assimp") is not None
     tables, data, assimp_1m = [], {}, None
     for label in args.sizes.split(","):
-        scene = main_bench.Scene(scratch, label, SIZES[label])
+        scene = Scene(scratch, label, SIZES[label], main_bench.FILES, vekgen)
         results, notes = {}, []
         stl_file = os.path.join(out_root, "scene.stl")
         for mode, name, extension in OWN:
@@ -138,7 +139,7 @@ def main():
             "- compiler: %s" % environment["compiler"],
             "- revision: %s" % environment["revision"],
             "- command: `%s`" % environment["command"],
-            "- scratch: %s" % environment["scratch"],
+            "- scratch: %s%s" % (environment["scratch"], "; " + scratch_note if scratch_note else ""),
             "- load average before / after: %s / %s" % (environment["load_before"], environment["load_after"]),
             "- total time: %.1f min" % (environment["total_seconds"] / 60), ""] + tables
     with open(os.path.join(ROOT, "bench", "results-3mf.md"), "w") as f:
