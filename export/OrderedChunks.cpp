@@ -12,51 +12,45 @@ namespace {
 
 constexpr std::size_t kNoChunk = static_cast<std::size_t>(-1);
 
-void runOnCallingThread(std::size_t numChunks, std::size_t chunkCapacity,
-                        const std::function<void(unsigned, std::size_t, ChunkBytes&)>& format,
-                        const std::function<void(const ChunkBytes&)>& deliver) {
-    ChunkBytes bytes;
-    bytes.data.reset(new char[chunkCapacity]);
-    for (std::size_t chunk = 0; chunk < numChunks; ++chunk) {
-        bytes.size = 0;
-        bytes.count = 0;
-        bytes.skipped = 0;
-        format(0, chunk, bytes);
-        deliver(bytes);
-    }
+void resetCounts(ChunkBytes& bytes) {
+    bytes.size = 0;
+    bytes.count = 0;
+    bytes.skipped = 0;
 }
 
-// Worker w formats chunks w, w + W, w + 2W, ... into its two slots in turn
-// (chunk c uses slot c mod 2W); the caller takes the slots in chunk order.
-class ChunkPipeline {
-public:
-    ChunkPipeline(std::size_t numChunks, std::size_t chunkCapacity, unsigned workers)
-        : m_numChunks(numChunks), m_workers(workers), m_slots(2 * std::size_t(workers)) {
-        for (Slot& slot : m_slots) slot.bytes.data.reset(new char[chunkCapacity]);
-    }
+}  // namespace
 
-    // False, with nothing delivered, when the threads could not be started.
-    bool run(const std::function<void(unsigned, std::size_t, ChunkBytes&)>& format,
-             const std::function<void(const ChunkBytes&)>& deliver) {
-        std::vector<std::thread> threads;
-        try {
-            threads.reserve(m_workers);
-            for (unsigned w = 0; w < m_workers; ++w) threads.emplace_back([&, w] { work(w, format); });
-        } catch (...) {
-            // The threads already started stop and are joined before anything
-            // leaves: without a thread the work runs on this one; any other
-            // failure (out of memory) goes to the caller.
-            const std::exception_ptr error = std::current_exception();
-            fail(nullptr);
-            for (std::thread& thread : threads) thread.join();
-            try {
-                std::rethrow_exception(error);
-            } catch (const std::system_error&) {
-                return false;
-            }
+// Worker w formats chunks w, w + W, w + 2W, ... of each run into its two
+// slots in turn (chunk c uses slot c mod 2W); the caller takes the slots in
+// chunk order. Between runs the workers wait for the next one.
+class ExportWorkers::Pool {
+public:
+    explicit Pool(unsigned workers) : m_workers(workers) {}
+    ~Pool() { stopThreads(); }
+
+    void run(std::size_t numChunks, std::size_t chunkCapacity, const ChunkFormatter& format,
+             const ChunkDelivery& deliver) {
+        if (m_workers <= 1 || numChunks <= 1 || !startThreads()) {
+            runOnCallingThread(numChunks, chunkCapacity, format, deliver);
+            return;
         }
+        growSlots(chunkCapacity);
+        {
+            std::lock_guard<std::mutex> lock(m_mutex);
+            m_numChunks = numChunks;
+            m_format = &format;
+            m_failed = false;
+            m_error = nullptr;
+            m_finishedWorkers = 0;
+            for (Slot& slot : m_slots) {
+                slot.chunk = kNoChunk;
+                slot.busy = false;
+            }
+            ++m_run;
+        }
+        m_changed.notify_all();
         try {
-            for (std::size_t chunk = 0; chunk < m_numChunks; ++chunk) {
+            for (std::size_t chunk = 0; chunk < numChunks; ++chunk) {
                 Slot& slot = waitForChunk(chunk);
                 deliver(slot.bytes);
                 release(slot);
@@ -64,9 +58,15 @@ public:
         } catch (...) {
             fail(std::current_exception());
         }
-        for (std::thread& thread : threads) thread.join();
-        if (m_error) std::rethrow_exception(m_error);
-        return true;
+        std::exception_ptr error;
+        {
+            // The workers still use `format` until each has finished its part.
+            std::unique_lock<std::mutex> lock(m_mutex);
+            m_changed.wait(lock, [&] { return m_finishedWorkers == m_workers; });
+            m_format = nullptr;
+            error = m_error;
+        }
+        if (error) std::rethrow_exception(error);
     }
 
 private:
@@ -76,9 +76,83 @@ private:
         bool busy = false;             // between a worker's claim and the delivery
     };
 
-    void work(unsigned worker, const std::function<void(unsigned, std::size_t, ChunkBytes&)>& format) {
+    void runOnCallingThread(std::size_t numChunks, std::size_t chunkCapacity, const ChunkFormatter& format,
+                            const ChunkDelivery& deliver) {
+        if (m_ownCapacity < chunkCapacity) {
+            m_own.data.reset();
+            m_own.data.reset(new char[chunkCapacity]);
+            m_ownCapacity = chunkCapacity;
+        }
+        for (std::size_t chunk = 0; chunk < numChunks; ++chunk) {
+            resetCounts(m_own);
+            format(0, chunk, m_own);
+            deliver(m_own);
+        }
+    }
+
+    // False, with no thread left running, when the threads could not be
+    // started; a failure other than the system's refusal (out of memory)
+    // goes to the caller.
+    bool startThreads() {
+        if (!m_threads.empty()) return true;
+        if (m_threadsRefused) return false;
         try {
-            for (std::size_t chunk = worker; chunk < m_numChunks; chunk += m_workers) {
+            m_threads.reserve(m_workers);
+            for (unsigned w = 0; w < m_workers; ++w) m_threads.emplace_back([this, w] { work(w); });
+        } catch (...) {
+            const std::exception_ptr error = std::current_exception();
+            stopThreads();
+            try {
+                std::rethrow_exception(error);
+            } catch (const std::system_error&) {
+                m_threadsRefused = true;
+                return false;
+            }
+        }
+        return true;
+    }
+
+    void stopThreads() {
+        {
+            std::lock_guard<std::mutex> lock(m_mutex);
+            m_stopping = true;
+        }
+        m_changed.notify_all();
+        for (std::thread& thread : m_threads) thread.join();
+        m_threads.clear();
+        m_stopping = false;
+    }
+
+    // Buffers of at least `capacity` bytes in every slot (the workers are
+    // waiting for a run, so nothing uses them).
+    void growSlots(std::size_t capacity) {
+        if (m_slots.size() == 2 * std::size_t(m_workers) && m_slotCapacity >= capacity) return;
+        std::vector<Slot> slots(2 * std::size_t(m_workers));
+        for (Slot& slot : slots) slot.bytes.data.reset(new char[capacity]);
+        m_slots = std::move(slots);
+        m_slotCapacity = capacity;
+    }
+
+    void work(unsigned worker) {
+        std::uint64_t runsSeen = 0;
+        std::unique_lock<std::mutex> lock(m_mutex);
+        for (;;) {
+            m_changed.wait(lock, [&] { return m_stopping || m_run != runsSeen; });
+            if (m_stopping) return;
+            runsSeen = m_run;
+            const std::size_t numChunks = m_numChunks;
+            const ChunkFormatter& format = *m_format;
+            lock.unlock();
+            formatPart(worker, numChunks, format);
+            lock.lock();
+            ++m_finishedWorkers;
+            m_changed.notify_all();
+        }
+    }
+
+    void formatPart(unsigned worker, std::size_t numChunks, const ChunkFormatter& format) {
+        try {
+            for (std::size_t chunk = worker; chunk < numChunks; chunk += m_workers) {
                 Slot& slot = m_slots[chunk % m_slots.size()];
                 {
                     std::unique_lock<std::mutex> lock(m_mutex);
@@ -86,9 +160,7 @@ private:
                     if (m_failed) return;
                     slot.busy = true;
                 }
-                slot.bytes.size = 0;
-                slot.bytes.count = 0;
-                slot.bytes.skipped = 0;
+                resetCounts(slot.bytes);
                 format(worker, chunk, slot.bytes);
                 {
                     std::lock_guard<std::mutex> lock(m_mutex);
@@ -118,7 +190,7 @@ private:
         m_changed.notify_all();
     }
 
-    // Stops every thread; the first failure is the one reported.
+    // Stops the run; the first failure is the one reported.
     void fail(std::exception_ptr error) {
         {
             std::lock_guard<std::mutex> lock(m_mutex);
@@ -133,23 +205,37 @@ private:
     // Thrown to the caller's loop when a worker failed (its error is kept).
     struct Stopped {};
 
-    const std::size_t m_numChunks;
     const unsigned m_workers;
+    std::vector<std::thread> m_threads;
+    bool m_threadsRefused = false;
     std::vector<Slot> m_slots;
+    std::size_t m_slotCapacity = 0;
+    ChunkBytes m_own;  // the buffer of runs on the calling thread
+    std::size_t m_ownCapacity = 0;
+
     std::mutex m_mutex;
     std::condition_variable m_changed;
+    bool m_stopping = false;
+    std::uint64_t m_run = 0;  // runs started
+    std::size_t m_numChunks = 0;
+    const ChunkFormatter* m_format = nullptr;
+    unsigned m_finishedWorkers = 0;
     bool m_failed = false;
     std::exception_ptr m_error;
 };
 
-}  // namespace
+ExportWorkers::ExportWorkers(unsigned workers) : m_workers(std::max(workers, 1u)), m_pool(new Pool(m_workers)) {}
+
+ExportWorkers::~ExportWorkers() = default;
+
+void ExportWorkers::run(std::size_t numChunks, std::size_t chunkCapacity, const ChunkFormatter& format,
+                        const ChunkDelivery& deliver) {
+    m_pool->run(numChunks, chunkCapacity, format, deliver);
+}
 
 void runOrderedChunks(std::size_t numChunks, std::size_t chunkCapacity, unsigned workers,
-                      const std::function<void(unsigned, std::size_t, ChunkBytes&)>& format,
-                      const std::function<void(const ChunkBytes&)>& deliver) {
-    if (workers <= 1 || numChunks <= 1) return runOnCallingThread(numChunks, chunkCapacity, format, deliver);
-    ChunkPipeline pipeline(numChunks, chunkCapacity, workers);
-    if (!pipeline.run(format, deliver)) runOnCallingThread(numChunks, chunkCapacity, format, deliver);
+                      const ChunkFormatter& format, const ChunkDelivery& deliver) {
+    ExportWorkers(workers).run(numChunks, chunkCapacity, format, deliver);
 }
 
 unsigned exportWorkerCount() {

@@ -15,6 +15,9 @@ struct ChunkBytes {
     std::size_t skipped = 0;  // what its formatter left out, for the caller
 };
 
+using ChunkFormatter = std::function<void(unsigned worker, std::size_t chunk, ChunkBytes& bytes)>;
+using ChunkDelivery = std::function<void(const ChunkBytes& bytes)>;
+
 // Formats chunks 0 .. numChunks-1 of an export on worker threads and hands
 // them to `deliver` one by one, in chunk order, on the calling thread. Each
 // chunk's bytes may depend only on the chunk (and the worker's own caches),
@@ -25,13 +28,35 @@ struct ChunkBytes {
 // workers-1) lets it use per-thread scratch state. Each worker holds two
 // chunk buffers, so memory stays at 2 x workers x chunkCapacity.
 //
-// Every thread has ended when runOrderedChunks returns, also when `format`
-// or `deliver` throws: the first exception is passed on to the caller. With
-// one worker, one chunk, or when no thread can be started, everything runs on
-// the calling thread.
+// The threads and their buffers are kept from one run to the next, for a
+// whole export: starting threads and touching fresh buffers for every mesh
+// and every list would cost more than formatting a small one. The threads
+// end with this object. One run at a time.
+//
+// Every worker has finished its part when run returns, also when `format` or
+// `deliver` throws: the first exception is passed on to the caller, and the
+// workers stay usable. With one worker, one chunk, or when no thread can be
+// started, everything runs on the calling thread.
+class ExportWorkers {
+public:
+    explicit ExportWorkers(unsigned workers);
+    ~ExportWorkers();
+    ExportWorkers(const ExportWorkers&) = delete;
+    ExportWorkers& operator=(const ExportWorkers&) = delete;
+
+    unsigned count() const { return m_workers; }
+    void run(std::size_t numChunks, std::size_t chunkCapacity, const ChunkFormatter& format,
+             const ChunkDelivery& deliver);
+
+private:
+    class Pool;
+    const unsigned m_workers;
+    std::unique_ptr<Pool> m_pool;
+};
+
+// One run on workers started for it alone.
 void runOrderedChunks(std::size_t numChunks, std::size_t chunkCapacity, unsigned workers,
-                      const std::function<void(unsigned worker, std::size_t chunk, ChunkBytes& bytes)>& format,
-                      const std::function<void(const ChunkBytes& bytes)>& deliver);
+                      const ChunkFormatter& format, const ChunkDelivery& deliver);
 
 // The number of formatting threads exports use: the processors available,
 // at most four.
@@ -52,27 +77,27 @@ struct FormattedRange {
     RangeCounts counts;
 };
 
-// Items 0 .. numItems-1 formatted in ranges of `itemsPerRange` on the export
-// workers and delivered in order on the calling thread.
+// Items 0 .. numItems-1 formatted in ranges of `itemsPerRange` on `workers`
+// and delivered in order on the calling thread.
 //
 // `format(scratch, first, end, out, counts)` writes items first to end-1 at
 // `out` (room for (end - first) x maxItemBytes), may add to `counts`, and
 // returns the end of its text; `scratch` is that worker's own Scratch, made
-// once per worker and kept across its ranges. `deliver(const FormattedRange&)`
-// takes each range's bytes. Exceptions as for runOrderedChunks.
+// once per worker for this call and kept across its ranges.
+// `deliver(const FormattedRange&)` takes each range's bytes. Exceptions as
+// for ExportWorkers::run.
 template <class Scratch, class Format, class Deliver>
-void formatRangesInOrder(std::size_t numItems, std::size_t itemsPerRange, std::size_t maxItemBytes,
-                         const Format& format, const Deliver& deliver) {
+void formatRangesInOrder(ExportWorkers& workers, std::size_t numItems, std::size_t itemsPerRange,
+                         std::size_t maxItemBytes, const Format& format, const Deliver& deliver) {
     if (numItems == 0) return;
-    const unsigned workers = exportWorkerCount();
-    std::vector<Scratch> scratch(workers);
+    std::vector<Scratch> scratch(workers.count());
     const auto rangeFirst = [itemsPerRange](std::size_t chunk) { return chunk * itemsPerRange; };
     const auto rangeEnd = [numItems, itemsPerRange](std::size_t chunk) {
         return std::min(numItems, (chunk + 1) * itemsPerRange);
     };
     std::size_t nextChunk = 0;
-    runOrderedChunks(
-        (numItems + itemsPerRange - 1) / itemsPerRange, itemsPerRange * maxItemBytes, workers,
+    workers.run(
+        (numItems + itemsPerRange - 1) / itemsPerRange, itemsPerRange * maxItemBytes,
         [&](unsigned worker, std::size_t chunk, ChunkBytes& bytes) {
             RangeCounts counts;
             char* end = format(scratch[worker], rangeFirst(chunk), rangeEnd(chunk), bytes.data.get(), counts);

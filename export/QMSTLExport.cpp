@@ -203,7 +203,8 @@ void QMSTLExport::writeMesh(const MeshSource& mesh) {
         if (binary) m_numTriangles += static_cast<std::uint32_t>(range.counts.written);
         if (m_progress) m_progress->facesWritten(range.end - range.first);
     };
-    formatRangesInOrder<FacetScratch>(numFaces, facesPerRange, maxFaceBytes, formatFaces, writeRange);
+    if (!m_workers) m_workers = std::make_unique<ExportWorkers>(exportWorkerCount());
+    formatRangesInOrder<FacetScratch>(*m_workers, numFaces, facesPerRange, maxFaceBytes, formatFaces, writeRange);
 }
 
 bool QMSTLExport::endExportKMeshes() {
@@ -233,6 +234,7 @@ void QMSTLExport::finish(bool complete) {
     }
     m_bytesWritten = m_out.bytesAppended();
     m_out.release();
+    m_workers.reset();
     if (complete) {
         if (!m_output.commit()) m_outputError = m_output.error();
     } else {
@@ -243,6 +245,7 @@ void QMSTLExport::finish(bool complete) {
 
 void QMSTLExport::abandon() {
     m_out.release();
+    m_workers.reset();
     m_output.discard();
     m_file = QMDiskServer::s_invalidFile;
 }

@@ -12,6 +12,9 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <memory>
+
+class ExportWorkers;
 
 // Writes one STL file, binary or ASCII, from any number of meshes handed over
 // one after another between startExportKMeshes and endExportKMeshes. Every
@@ -93,6 +96,9 @@ private:
     // write in progress before m_output closes the stream.
     AtomicOutputFile m_output;  // owns m_file while it is open
     QMOutputBuffer m_out;
+    // The formatting threads of the export in progress (none between
+    // exports): started by its first mesh, ended with the export.
+    std::unique_ptr<ExportWorkers> m_workers;
     WriteProgress* m_progress = nullptr;
     int m_outputError = 0;
     bool m_outputInPlace = false;

@@ -202,6 +202,7 @@ bool QMVRMLExport::endExportKMeshes() {
     m_outputError = m_out.error();
     m_bytesWritten = m_out.bytesAppended();
     m_out.release();
+    m_workers.reset();
     if (m_outputError != 0) {
         m_output.discard();
     } else if (!m_output.commit()) {
@@ -213,6 +214,7 @@ bool QMVRMLExport::endExportKMeshes() {
 
 void QMVRMLExport::abandon() {
     m_out.release();
+    m_workers.reset();
     m_output.discard();
     m_file = QMDiskServer::s_invalidFile;
 }
@@ -280,7 +282,8 @@ void QMVRMLExport::writeLines(std::size_t numLines, std::size_t maxLineBytes, bo
         m_out.append(range.bytes, range.size);
         if (m_progress) m_progress->facesWritten(linesAreFaces ? range.end - range.first : 0);
     };
-    formatRangesInOrder<LineScratch>(numLines, kLinesPerChunk, maxLineBytes, format, deliver);
+    if (!m_workers) m_workers = std::make_unique<ExportWorkers>(exportWorkerCount());
+    formatRangesInOrder<LineScratch>(*m_workers, numLines, kLinesPerChunk, maxLineBytes, format, deliver);
 }
 
 void QMVRMLExport::writeCoordinates(const MeshSource& mesh) {
