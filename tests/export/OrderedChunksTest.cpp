@@ -2,8 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cstring>
+#include <mutex>
+#include <set>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -103,4 +106,55 @@ TEST(OrderedChunks, OneWorkerRunsOnTheCallingThread) {
         10, 8, 1, [&](unsigned, std::size_t, ChunkBytes&) { sameThread &= std::this_thread::get_id() == caller; },
         [](const ChunkBytes&) {});
     EXPECT_TRUE(sameThread);
+}
+
+TEST(ExportWorkersTest, OneSetOfWorkersServesRunAfterRunOnTheSameThreads) {
+    ExportWorkers workers(2);
+    std::set<std::thread::id> threads;
+    std::mutex seen;
+    for (std::size_t run = 0; run < 20; ++run) {
+        const std::size_t numChunks = 3 + run * 17;
+        std::string text;
+        workers.run(
+            numChunks, 64,
+            [&](unsigned worker, std::size_t chunk, ChunkBytes& bytes) {
+                {
+                    std::lock_guard<std::mutex> lock(seen);
+                    threads.insert(std::this_thread::get_id());
+                }
+                formatNumbered(worker, chunk, bytes);
+            },
+            [&](const ChunkBytes& bytes) { text.append(bytes.data.get(), bytes.size); });
+        EXPECT_EQ(text, expectedText(numChunks)) << "run " << run;
+    }
+    EXPECT_EQ(threads.size(), 2u);  // the same two threads every run
+}
+
+TEST(ExportWorkersTest, ARunAfterAFailedOneDeliversEverything) {
+    ExportWorkers workers(2);
+    EXPECT_THROW(workers.run(
+                     500, 16,
+                     [](unsigned, std::size_t chunk, ChunkBytes&) {
+                         if (chunk == 11) throw std::runtime_error("chunk 11");
+                     },
+                     [](const ChunkBytes&) {}),
+                 std::runtime_error);
+    std::string text;
+    workers.run(300, 4096, formatNumbered, [&](const ChunkBytes& bytes) { text.append(bytes.data.get(), bytes.size); });
+    EXPECT_EQ(text, expectedText(300));
+}
+
+TEST(ExportWorkersTest, ALargerChunkCapacityLaterGetsLargerBuffers) {
+    ExportWorkers workers(3);
+    std::size_t largest = 0;
+    for (std::size_t capacity : {std::size_t(8), std::size_t(100000), std::size_t(16)}) {
+        workers.run(
+            12, capacity,
+            [&](unsigned, std::size_t, ChunkBytes& bytes) {
+                std::memset(bytes.data.get(), 'x', capacity);  // the whole capacity is there
+                bytes.size = capacity;
+            },
+            [&](const ChunkBytes& bytes) { largest = std::max(largest, bytes.size); });
+    }
+    EXPECT_EQ(largest, 100000u);
 }
