@@ -6,6 +6,7 @@
 #include "engine/ProgressReporter.h"
 #include "export/ArrayMeshSource.h"
 #include "engine/SceneMeasure.h"
+#include "engine/SideBySide.h"
 #include "engine/ScenePlacement.h"
 #include "export/QMSTLExport.h"
 #include "export/QMVRMLExport.h"
@@ -68,10 +69,15 @@ bool placesFinitely(const QMMatrix4f& matrix, const BBox& box) {
 }
 
 std::uint64_t countNonFinite(const QMArray<QMVector3f>& points) {
-    std::uint64_t count = 0;
-    for (const QMVector3f& p : points)
-        if (!std::isfinite(p.x) || !std::isfinite(p.y) || !std::isfinite(p.z)) ++count;
-    return count;
+    std::uint64_t counts[2] = {0, 0};
+    splitInTwo(points.size(), [&](std::size_t first, std::size_t end) {
+        std::uint64_t& count = counts[first == 0 ? 0 : 1];
+        for (std::size_t i = first; i < end; ++i) {
+            const QMVector3f& p = points[i];
+            if (!std::isfinite(p.x) || !std::isfinite(p.y) || !std::isfinite(p.z)) ++count;
+        }
+    });
+    return counts[0] + counts[1];
 }
 
 // Discards the exporter's file and ends its thread when an exception leaves
@@ -218,7 +224,9 @@ private:
 
 // Places every point as the STL writer would (its projective product).
 void placeInPlace(QMArray<QMVector3f>& points, const QMMatrix4f& matrix) {
-    for (QMVector3f& point : points) point = matrix.multVec3f(point);
+    splitInTwo(points.size(), [&](std::size_t first, std::size_t end) {
+        for (std::size_t i = first; i < end; ++i) points[i] = matrix.multVec3f(points[i]);
+    });
 }
 
 }  // namespace

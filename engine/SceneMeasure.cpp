@@ -1,51 +1,16 @@
 #include "engine/SceneMeasure.h"
 
 #include "engine/PointRunBounds.h"
+#include "engine/SideBySide.h"
 #include "vekio/QMVekIO.h"
 #include "vekio/VekRandomAccess.h"
 
 #include <algorithm>
-#include <exception>
-#include <system_error>
-#include <thread>
+#include <memory>
 
 namespace ombrel::engine {
 
 namespace {
-
-// Runs `first` here and `second` on another thread at the same time (both
-// here, one after the other, when no thread can be had); an exception of
-// either reaches the caller once both have ended.
-template <class First, class Second>
-void runSideBySide(const First& first, const Second& second) {
-    std::exception_ptr secondError;
-    std::thread other;
-    try {
-        other = std::thread([&] {
-            try {
-                second();
-            } catch (...) {
-                secondError = std::current_exception();
-            }
-        });
-    } catch (const std::system_error&) {
-        first();
-        second();
-        return;
-    }
-    std::exception_ptr firstError;
-    try {
-        first();
-    } catch (...) {
-        firstError = std::current_exception();
-    }
-    other.join();
-    if (firstError) std::rethrow_exception(firstError);
-    if (secondError) std::rethrow_exception(secondError);
-}
-
-// Below this many points a second thread costs more than it saves.
-constexpr std::size_t kPointsWorthASecondThread = 65536;
 
 // Reads the points of one file (its first Points block, as readVertexBloc
 // reads it) into `points` and adds them to `bounds` as adding them in turn
@@ -61,20 +26,15 @@ void readAndMeasure(const QMString& path, const VekMeshLayout& layout, QMArray<Q
     } else {
         QMVekIO().readVertexBloc(path, points);
     }
-    const std::size_t n = points.size();
-    const std::size_t half = n < kPointsWorthASecondThread ? n : n / 2;
-    const auto readAndFold = [&](std::size_t from, std::size_t to, PointRunBounds& run) {
-        if (direct && to > from) file->readAt(block->bodyOffset + 12 * std::uint64_t(from), &points[from], 12 * (to - from));
-        run = foldPointRun(points.data() + from, to - from, finiteOnly);
-    };
-    PointRunBounds low, high;
-    if (half == n) {
-        readAndFold(0, n, low);
-    } else {
-        runSideBySide([&] { readAndFold(0, half, low); }, [&] { readAndFold(half, n, high); });
-    }
-    addPointRun(bounds, low);
-    addPointRun(bounds, high);
+    // The first half's run, then the second's (empty when not split).
+    PointRunBounds runs[2];
+    splitInTwo(points.size(), [&](std::size_t first, std::size_t end) {
+        if (direct && end > first)
+            file->readAt(block->bodyOffset + 12 * std::uint64_t(first), &points[first], 12 * (end - first));
+        runs[first == 0 ? 0 : 1] = foldPointRun(points.data() + first, end - first, finiteOnly);
+    });
+    addPointRun(bounds, runs[0]);
+    addPointRun(bounds, runs[1]);
 }
 
 }  // namespace
