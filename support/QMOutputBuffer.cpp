@@ -138,15 +138,14 @@ void QMOutputBuffer::handOff() {
 }
 
 void QMOutputBuffer::append(const char* bytes, std::size_t count) {
-    if (count > m_capacity - m_used) {
+    if (count > m_capacity || count >= kPassThroughBytes) {
         handOff();
-        if (count > m_capacity) {
-            waitForBackgroundWrite();
-            m_appended += count;
-            writeNow(bytes, count);
-            return;
-        }
+        waitForBackgroundWrite();
+        m_appended += count;
+        writeNow(bytes, count);
+        return;
     }
+    if (count > m_capacity - m_used) handOff();
     std::memcpy(m_data.get() + m_used, bytes, count);
     m_used += count;
 }

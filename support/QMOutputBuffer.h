@@ -41,7 +41,11 @@ public:
     }
     void commit(char* end) { m_used = static_cast<std::size_t>(end - m_data.get()); }
 
-    // Appends any number of bytes; texts longer than the buffer pass through.
+    // Appends any number of bytes. A block longer than the buffer, or of at
+    // least kPassThroughBytes (a formatted range of an export), is written
+    // straight from where it lies, after what is pending, instead of being
+    // copied: the copy would cost about as much as the write.
+    static constexpr std::size_t kPassThroughBytes = std::size_t(128) << 10;
     void append(const char* bytes, std::size_t count);
     void append(const char* text);
 
