@@ -56,3 +56,14 @@ TEST(QMOutputBuffer, BytesWrittenWithoutStreamAreDiscarded) {
     });
     EXPECT_EQ(text, "");
 }
+
+TEST(QMOutputBuffer, ALargeBlockPassesThroughAfterWhatIsPending) {
+    std::string text = writeThrough(QMOutputBuffer::kDefaultCapacity, [](QMOutputBuffer& b) {
+        b.append("ab");
+        const std::string block(QMOutputBuffer::kPassThroughBytes, 'x');
+        b.append(block.data(), block.size());  // within the capacity, but a whole range
+        b.append("cd");
+        EXPECT_EQ(b.bytesAppended(), QMOutputBuffer::kPassThroughBytes + 4);
+    });
+    EXPECT_EQ(text, "ab" + std::string(QMOutputBuffer::kPassThroughBytes, 'x') + "cd");
+}
