@@ -1,22 +1,25 @@
 #include "support/NumberText.h"
 
+#include <bit>
 #include <charconv>
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <limits>
 
 // Every text here is exactly printf's. std::to_chars with a precision is
 // defined to give printf's text for the same precision ("%.6g", "%.6f"), NaN
-// and infinities included; it serves every value the short path below does
-// not take.
+// and infinities included; it serves every value the short paths do not take.
 //
-// The short path covers what the exporters print almost exclusively: values
-// that are floats widened to double, of ordinary magnitude. Such a value is
-// m * 2^e with m below 2^24, so the decimal digits printf rounds to can be
-// found with exact 64-bit integer arithmetic: the scaled value m * 2^e * 10^k
-// is split into its integer part and the remainder, and the remainder is
-// compared with one half to round half to even, as printf does.
+// Values that are floats widened to double, which is what the exporters print
+// almost exclusively, take the inline paths of the header when of ordinary
+// magnitude (see ombrel::numbertext), and the wider short path below
+// otherwise. Such a value is m * 2^e with m below 2^24, so the decimal digits
+// printf rounds to can be found with exact 64-bit integer arithmetic: the
+// scaled value m * 2^e * 10^k is split into its integer quotient and the
+// remainder, and the remainder is compared with one half to round half to
+// even, as printf does.
 
 namespace {
 
@@ -109,18 +112,12 @@ bool scaledAndRounded(const FloatValue& v, int k, std::uint64_t& scaled) {
     return true;
 }
 
-// "00" to "99".
-constexpr char kDigitPairs[] =
-    "00010203040506070809101112131415161718192021222324252627282930313233343536373839"
-    "40414243444546474849505152535455565758596061626364656667686970717273747576777879"
-    "8081828384858687888990919293949596979899";
-
 // Writes `count` digits of `value`, leading zeros included.
 char* appendDigits(char* out, std::uint32_t value, int count) {
     int i = count;
     while (i >= 2) {
         i -= 2;
-        std::memcpy(out + i, kDigitPairs + 2 * (value % 100), 2);
+        ombrel::numbertext::copyPair(out + i, value % 100);
         value /= 100;
     }
     if (i == 1) out[0] = static_cast<char>('0' + value % 10);
@@ -205,10 +202,22 @@ char* appendFixed6Short(char* out, const FloatValue& v) {
     return appendDigits(out, static_cast<std::uint32_t>(scaled % 1000000), 6);
 }
 
+// The bits of the float equal to `value`; false when no float is (NaNs
+// included).
+bool asFloatBits(double value, std::uint32_t& bits) {
+    if (!(std::fabs(value) <= std::numeric_limits<float>::max())) return false;
+    const float single = static_cast<float>(value);
+    if (static_cast<double>(single) != value) return false;
+    bits = std::bit_cast<std::uint32_t>(single);
+    return true;
+}
+
 }  // namespace
 
-
 char* appendGeneral6(char* out, double value) {
+    std::uint32_t single;
+    if (asFloatBits(value, single) && ombrel::numbertext::isShortGeneral6(single))
+        return ombrel::numbertext::general6(out, single);
     FloatValue parts;
     if (asFloatValue(value, parts)) {
         if (char* end = appendGeneral6Short(out, parts, std::fabs(value))) return end;
@@ -221,6 +230,9 @@ char* appendGeneral6(char* out, double value) {
 }
 
 char* appendFixed6(char* out, double value) {
+    std::uint32_t single;
+    if (asFloatBits(value, single) && ombrel::numbertext::isShortFixed6(single))
+        return ombrel::numbertext::fixed6(out, single);
     FloatValue parts;
     if (asFloatValue(value, parts)) {
         if (char* end = appendFixed6Short(out, parts)) return end;
@@ -236,4 +248,4 @@ char* appendShortestFloat(char* out, float value) {
     return std::to_chars(out, out + kMaxShortestFloatLength, value).ptr;
 }
 
-char* appendInteger(char* out, int value) { return std::to_chars(out, out + kMaxIntegerLength, value).ptr; }
+char* appendInteger(char* out, int value) { return ombrel::numbertext::appendInteger(out, value); }
