@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -20,22 +21,23 @@ const char kFileStart[] =
     "\n#Created by Kelvra VRML exporter\n\n"
     "\n";
 
-// "%f %f %f" of the three floats, each widened to double.
+// "%f %f %f" of the three floats, each widened to double (the float forms of
+// appendFixed6 write the widened value's text, inline for common values).
 char* appendTriple(char* out, const QMVector3f& v) {
-    out = appendFixed6(out, static_cast<double>(v.x));
+    out = appendFixed6(out, v.x);
     *out++ = ' ';
-    out = appendFixed6(out, static_cast<double>(v.y));
+    out = appendFixed6(out, v.y);
     *out++ = ' ';
-    return appendFixed6(out, static_cast<double>(v.z));
+    return appendFixed6(out, v.z);
 }
 
 // "%f %f" of the flipped texture coordinate (1 - s, 1 - t), flipped in float.
 char* appendFlippedUV(char* out, const QMVector2f& uv) {
     const float s = 1.0f - uv.x;
     const float t = 1.0f - uv.y;
-    out = appendFixed6(out, static_cast<double>(s));
+    out = appendFixed6(out, s);
     *out++ = ' ';
-    return appendFixed6(out, static_cast<double>(t));
+    return appendFixed6(out, t);
 }
 
 // "%f" of any float widened to double: sign, 39 digits, point, six decimals.
@@ -67,7 +69,7 @@ char* formatFaceLine(char* out, std::size_t face, std::size_t numFaces, const ch
     out = appendText(out, prefix, std::strlen(prefix));
     for (int j = 0; j < corners; ++j) {
         if (j) out = appendLiteral(out, ", ");
-        out = appendInteger(out, values[j]);
+        out = appendIntegerInline(out, values[j]);
     }
     return face + 1 < numFaces ? appendLiteral(out, ", -1,\n") : appendLiteral(out, "]\n");
 }
@@ -172,6 +174,18 @@ struct QMVRMLExport::LineScratch {
     std::unique_ptr<std::uint32_t[]> colours;
 };
 
+// The lines of one list, formatted in ranges, with the fixed texts before
+// and after them.
+struct QMVRMLExport::LineList {
+    std::size_t numLines = 0;
+    std::size_t maxLineBytes = 0;
+    const char* opening = "";
+    const char* closing = "";
+    bool linesAreFaces = false;  // for the progress told
+    // Writes lines [first, end) at `out` and returns the end of their text.
+    std::function<char*(LineScratch& scratch, std::size_t first, std::size_t end, char* out)> format;
+};
+
 // A new exporter holds the identity matrix (type 0) and does not use it.
 QMVRMLExport::QMVRMLExport() : m_file(QMDiskServer::s_invalidFile) {}
 
@@ -236,15 +250,27 @@ bool QMVRMLExport::exportKMesh(const QMString& path, const QMString& textureName
     return true;
 }
 
+// The shape's lists (points, faces, texture coordinates and their indices,
+// colours) are formatted in one run on the export workers, so that the
+// workers go on from one list to the next instead of waiting at each list's
+// end.
 void QMVRMLExport::writeMesh(const MeshSource& mesh, const QMString& textureName, bool withColours) {
     if (m_file == QMDiskServer::s_invalidFile) return;
     m_out.append("\nShape { \n");
     if (!textureName.empty()) writeAppearance(textureName);
     m_out.append("\n  geometry IndexedFaceSet { \n");
-    if (mesh.numPoints() != 0) writeCoordinates(mesh);
-    if (mesh.numFaces() != 0) writeFaceLines(mesh, FaceValues::kPointIndices);
-    if (mesh.numTexCoordEntries() != 0) writeTextureCoordinates(mesh);
-    if (withColours && mesh.numColours() != 0) writeColours(mesh);
+    std::vector<LineList> lists;
+    std::vector<std::uint32_t> texCoordCounters;
+    if (mesh.numPoints() != 0) lists.push_back(coordinateList(mesh));
+    if (mesh.numFaces() != 0) lists.push_back(faceList(mesh, FaceValues::kPointIndices, texCoordCounters));
+    std::size_t firstEntry = 0, lastEntry = 0;
+    // No entry written: no texture coordinates at all.
+    if (mesh.numTexCoordEntries() != 0 && writtenEntryBounds(mesh, firstEntry, lastEntry)) {
+        lists.push_back(texCoordList(mesh, firstEntry, lastEntry));
+        lists.push_back(faceList(mesh, FaceValues::kTexCoordIndices, texCoordCounters));
+    }
+    if (withColours && mesh.numColours() != 0) lists.push_back(colourList(mesh));
+    writeLists(lists);
     m_out.append("  } \n} \n");
     ++m_shapesWritten;
 }
@@ -272,25 +298,63 @@ void QMVRMLExport::writeAppearance(const QMString& textureName) {
         "  } \n");
 }
 
-template <class FormatRange>
-void QMVRMLExport::writeLines(std::size_t numLines, std::size_t maxLineBytes, bool linesAreFaces,
-                              const FormatRange& formatRange) {
-    const auto format = [&](LineScratch& scratch, std::size_t first, std::size_t end, char* out, RangeCounts&) {
-        return formatRange(scratch, first, end, out);
+
+// Every list's ranges, one after the other, are the chunks of one run: a
+// range that starts its list carries the list's opening, one that ends it
+// the closing.
+void QMVRMLExport::writeLists(const std::vector<LineList>& lists) {
+    if (lists.empty()) return;
+    std::vector<std::size_t> firstChunk;  // of each list, and the total at the end
+    std::size_t chunks = 0, capacity = 0;
+    for (const LineList& list : lists) {
+        firstChunk.push_back(chunks);
+        chunks += (list.numLines + kLinesPerChunk - 1) / kLinesPerChunk;
+        const std::size_t fixed = std::strlen(list.opening) + std::strlen(list.closing);
+        capacity = std::max(capacity, std::min(list.numLines, kLinesPerChunk) * list.maxLineBytes + fixed);
+    }
+    firstChunk.push_back(chunks);
+    // The list of a chunk, and the lines it holds.
+    struct ChunkLines {
+        const LineList* list;
+        std::size_t first, end;
     };
-    const auto deliver = [&](const FormattedRange& range) {
-        m_out.append(range.bytes, range.size);
-        if (m_progress) m_progress->facesWritten(linesAreFaces ? range.end - range.first : 0);
+    const auto linesOf = [&](std::size_t chunk) {
+        std::size_t k = 0;
+        while (firstChunk[k + 1] <= chunk) ++k;
+        const LineList& list = lists[k];
+        const std::size_t first = (chunk - firstChunk[k]) * kLinesPerChunk;
+        return ChunkLines{&list, first, std::min(list.numLines, first + kLinesPerChunk)};
     };
     if (!m_workers) m_workers = std::make_unique<ExportWorkers>(exportWorkerCount());
-    formatRangesInOrder<LineScratch>(*m_workers, numLines, kLinesPerChunk, maxLineBytes, format, deliver);
+    std::vector<LineScratch> scratch(m_workers->count());
+    std::size_t nextChunk = 0;
+    m_workers->run(
+        chunks, capacity,
+        [&](unsigned worker, std::size_t chunk, ChunkBytes& bytes) {
+            const ChunkLines lines = linesOf(chunk);
+            char* out = bytes.data.get();
+            if (lines.first == 0) out = appendText(out, lines.list->opening, std::strlen(lines.list->opening));
+            out = lines.list->format(scratch[worker], lines.first, lines.end, out);
+            if (lines.end == lines.list->numLines)
+                out = appendText(out, lines.list->closing, std::strlen(lines.list->closing));
+            bytes.size = static_cast<std::size_t>(out - bytes.data.get());
+        },
+        [&](const ChunkBytes& bytes) {
+            const ChunkLines lines = linesOf(nextChunk++);
+            m_out.append(bytes.data.get(), bytes.size);
+            if (m_progress) m_progress->facesWritten(lines.list->linesAreFaces ? lines.end - lines.first : 0);
+        });
 }
 
-void QMVRMLExport::writeCoordinates(const MeshSource& mesh) {
-    m_out.append("    coord Coordinate { \n");
-    const std::size_t n = mesh.numPoints();
-    const QMVector3f* all = mesh.pointArray();
-    writeLines(n, kMaxFloatLine, false, [&](LineScratch& scratch, std::size_t first, std::size_t end, char* out) {
+QMVRMLExport::LineList QMVRMLExport::coordinateList(const MeshSource& mesh) {
+    LineList list;
+    list.numLines = mesh.numPoints();
+    list.maxLineBytes = kMaxFloatLine;
+    list.opening = "    coord Coordinate { \n";
+    list.closing = "    }\n";
+    list.format = [this, &mesh, n = list.numLines](LineScratch& scratch, std::size_t first, std::size_t end,
+                                                   char* out) {
+        const QMVector3f* all = mesh.pointArray();
         const QMVector3f* points = all ? all + first : scratchArray(scratch.points, kLinesPerChunk);
         if (!all) mesh.readPoints(first, end - first, scratch.points.get());
         for (std::size_t i = first; i < end; ++i) {
@@ -298,8 +362,8 @@ void QMVRMLExport::writeCoordinates(const MeshSource& mesh) {
             out = formatCoordinateLine(out, i, n, m_useMatrix ? m_matrix * p : p);
         }
         return out;
-    });
-    m_out.append("    }\n");
+    };
+    return list;
 }
 
 // One line per face: the first after its list's opening, the others after
@@ -307,19 +371,16 @@ void QMVRMLExport::writeCoordinates(const MeshSource& mesh) {
 // values are the face's point indices, or the numbers of its texture
 // coordinates: 4 x face + corner, or a counter of the entries written so far
 // (counted modulo 2^32, so it wraps like the printed int instead of
-// overflowing).
-void QMVRMLExport::writeFaceLines(const MeshSource& mesh, FaceValues values) {
+// overflowing). `rangeCounters` receives the counter where each range starts,
+// so that ranges can be formatted apart; it must outlive the list.
+QMVRMLExport::LineList QMVRMLExport::faceList(const MeshSource& mesh, FaceValues values,
+                                              std::vector<std::uint32_t>& rangeCounters) {
     const std::size_t numFaces = mesh.numFaces();
     const bool texCoords = values == FaceValues::kTexCoordIndices;
     const bool counted = texCoords && mesh.texCoordIndexing() == MeshSource::TexCoordIndexing::kWrittenEntriesInOrder;
-    const char* firstPrefix = texCoords ? "      texCoordIndex [ " : "    coordIndex [ ";
-    const char* restPrefix = texCoords ? "        " : "      ";
     const std::int32_t* all = mesh.faceArray();
-
-    // The counter where each range starts, so that ranges can be formatted apart.
-    std::vector<std::uint32_t> rangeCounters;
     if (counted) {
-        rangeCounters.resize((numFaces + kLinesPerChunk - 1) / kLinesPerChunk);
+        rangeCounters.assign((numFaces + kLinesPerChunk - 1) / kLinesPerChunk, 0);
         std::vector<std::int32_t> block(all ? 0 : 4 * kLinesPerChunk);
         std::uint32_t counter = 0;
         for (std::size_t first = 0; first < numFaces; first += kLinesPerChunk) {
@@ -330,66 +391,81 @@ void QMVRMLExport::writeFaceLines(const MeshSource& mesh, FaceValues values) {
             for (std::size_t f = 0; f < count; ++f) counter += faces[4 * f + 3] == -1 ? 3u : 4u;
         }
     }
-
-    writeLines(numFaces, kMaxFaceLine, !texCoords,
-               [&](LineScratch& scratch, std::size_t first, std::size_t end, char* out) {
-                   const std::int32_t* faces = all ? all + 4 * first : scratchArray(scratch.faces, 4 * kLinesPerChunk);
-                   if (!all) mesh.readFaces(first, end - first, scratch.faces.get());
-                   std::uint32_t counter = counted ? rangeCounters[first / kLinesPerChunk] : 0;
-                   for (std::size_t i = first; i < end; ++i) {
-                       const std::int32_t* face = faces + 4 * (i - first);
-                       const int corners = face[3] == -1 ? 3 : 4;
-                       int line[4];
-                       for (int j = 0; j < corners; ++j) {
-                           if (!texCoords) {
-                               line[j] = face[j];
-                           } else if (counted) {
-                               line[j] = static_cast<int>(counter + static_cast<std::uint32_t>(j));
-                           } else {
-                               line[j] = static_cast<int>(static_cast<std::uint32_t>(4 * i) + static_cast<std::uint32_t>(j));
-                           }
-                       }
-                       out = formatFaceLine(out, i, numFaces, firstPrefix, restPrefix, line, corners);
-                       counter += static_cast<std::uint32_t>(corners);
-                   }
-                   return out;
-               });
+    LineList list;
+    list.numLines = numFaces;
+    list.maxLineBytes = kMaxFaceLine;
+    list.linesAreFaces = !texCoords;
+    const char* firstPrefix = texCoords ? "      texCoordIndex [ " : "    coordIndex [ ";
+    const char* restPrefix = texCoords ? "        " : "      ";
+    list.format = [&mesh, &rangeCounters, numFaces, texCoords, counted, all, firstPrefix, restPrefix](
+                      LineScratch& scratch, std::size_t first, std::size_t end, char* out) {
+        const std::int32_t* faces = all ? all + 4 * first : scratchArray(scratch.faces, 4 * kLinesPerChunk);
+        if (!all) mesh.readFaces(first, end - first, scratch.faces.get());
+        std::uint32_t counter = counted ? rangeCounters[first / kLinesPerChunk] : 0;
+        for (std::size_t i = first; i < end; ++i) {
+            const std::int32_t* face = faces + 4 * (i - first);
+            const int corners = face[3] == -1 ? 3 : 4;
+            int line[4];
+            for (int j = 0; j < corners; ++j) {
+                if (!texCoords) {
+                    line[j] = face[j];
+                } else if (counted) {
+                    line[j] = static_cast<int>(counter + static_cast<std::uint32_t>(j));
+                } else {
+                    line[j] = static_cast<int>(static_cast<std::uint32_t>(4 * i) + static_cast<std::uint32_t>(j));
+                }
+            }
+            out = formatFaceLine(out, i, numFaces, firstPrefix, restPrefix, line, corners);
+            counter += static_cast<std::uint32_t>(corners);
+        }
+        return out;
+    };
+    return list;
 }
 
-void QMVRMLExport::writeTextureCoordinates(const MeshSource& mesh) {
-    std::size_t first = 0, last = 0;
-    if (!writtenEntryBounds(mesh, first, last)) return;  // no entry is written: nothing at all
-    m_out.append("\n    texCoord TextureCoordinate { \n");
-    writeLines(last - first + 1, kMaxFloatLine, false,
-               [&](LineScratch& scratch, std::size_t rangeFirst, std::size_t rangeEnd, char* out) {
-                   const std::size_t count = rangeEnd - rangeFirst;
-                   QMVector2f* uvs = scratchArray(scratch.uvs, kLinesPerChunk);
-                   bool* written = scratchArray(scratch.written, kLinesPerChunk);
-                   mesh.readTexCoords(first + rangeFirst, count, uvs, written);
-                   for (std::size_t i = 0; i < count; ++i) {
-                       if (!written[i]) continue;
-                       const std::size_t k = first + rangeFirst + i;
-                       out = formatTexCoordLine(out, k == first, k == last, uvs[i]);
-                   }
-                   return out;
-               });
-    m_out.append("    } \n\n");
-    writeFaceLines(mesh, FaceValues::kTexCoordIndices);
+// The entries from the first written one to the last, unwritten ones left
+// out.
+QMVRMLExport::LineList QMVRMLExport::texCoordList(const MeshSource& mesh, std::size_t firstEntry,
+                                                  std::size_t lastEntry) {
+    LineList list;
+    list.numLines = lastEntry - firstEntry + 1;
+    list.maxLineBytes = kMaxFloatLine;
+    list.opening = "\n    texCoord TextureCoordinate { \n";
+    list.closing = "    } \n\n";
+    list.format = [&mesh, firstEntry, lastEntry](LineScratch& scratch, std::size_t rangeFirst, std::size_t rangeEnd,
+                                                 char* out) {
+        const std::size_t count = rangeEnd - rangeFirst;
+        QMVector2f* uvs = scratchArray(scratch.uvs, kLinesPerChunk);
+        bool* written = scratchArray(scratch.written, kLinesPerChunk);
+        mesh.readTexCoords(firstEntry + rangeFirst, count, uvs, written);
+        for (std::size_t i = 0; i < count; ++i) {
+            if (!written[i]) continue;
+            const std::size_t k = firstEntry + rangeFirst + i;
+            out = formatTexCoordLine(out, k == firstEntry, k == lastEntry, uvs[i]);
+        }
+        return out;
+    };
+    return list;
 }
 
-void QMVRMLExport::writeColours(const MeshSource& mesh) {
-    m_out.append(
+QMVRMLExport::LineList QMVRMLExport::colourList(const MeshSource& mesh) {
+    LineList list;
+    list.numLines = mesh.numColours();
+    list.maxLineBytes = kMaxFloatLine;
+    list.opening =
         "\n"
         "    colorPerVertex TRUE \n"
         "    color Color {\n"
-        "      color [\n");
-    const std::size_t m = mesh.numColours();
-    const ColourByteTexts texts(mesh);
-    writeLines(m, kMaxFloatLine, false, [&](LineScratch& scratch, std::size_t first, std::size_t end, char* out) {
+        "      color [\n";
+    list.closing = "    }\n";
+    // The texts of the 256 values of each channel, shared by the workers.
+    auto texts = std::make_shared<const ColourByteTexts>(mesh);
+    list.format = [&mesh, texts, m = list.numLines](LineScratch& scratch, std::size_t first, std::size_t end,
+                                                     char* out) {
         std::uint32_t* words = scratchArray(scratch.colours, kLinesPerChunk);
         mesh.readColourWords(first, end - first, words);
-        for (std::size_t i = first; i < end; ++i) out = texts.appendLine(out, words[i - first], i + 1 == m);
+        for (std::size_t i = first; i < end; ++i) out = texts->appendLine(out, words[i - first], i + 1 == m);
         return out;
-    });
-    m_out.append("    }\n");
+    };
+    return list;
 }

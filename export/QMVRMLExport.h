@@ -13,6 +13,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <memory>
+#include <vector>
 
 class ExportWorkers;
 
@@ -95,18 +96,15 @@ private:
     struct LineScratch;
     enum class FaceValues { kPointIndices, kTexCoordIndices };
 
+    struct LineList;
     void writeAppearance(const QMString& textureName);
-    void writeCoordinates(const MeshSource& mesh);
-    void writeFaceLines(const MeshSource& mesh, FaceValues values);
-    void writeTextureCoordinates(const MeshSource& mesh);
-    void writeColours(const MeshSource& mesh);
-    // Lines 0 to numLines-1 in ranges formatted on the export workers and
-    // written in order; `formatRange(scratch, first, end, out)` returns the
-    // end of its text. `facesPerLine`: whether each line is a face, for the
-    // progress told.
-    template <class FormatRange>
-    void writeLines(std::size_t numLines, std::size_t maxLineBytes, bool linesAreFaces,
-                    const FormatRange& formatRange);
+    LineList coordinateList(const MeshSource& mesh);
+    LineList faceList(const MeshSource& mesh, FaceValues values, std::vector<std::uint32_t>& rangeCounters);
+    LineList texCoordList(const MeshSource& mesh, std::size_t firstEntry, std::size_t lastEntry);
+    LineList colourList(const MeshSource& mesh);
+    // The lists of one shape, in order, formatted in ranges on the export
+    // workers and written in order.
+    void writeLists(const std::vector<LineList>& lists);
 
     // Declared in this order so that m_out, destroyed first, has finished any
     // write in progress before m_output closes the stream.
