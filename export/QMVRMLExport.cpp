@@ -61,14 +61,24 @@ char* formatCoordinateLine(char* out, std::size_t i, std::size_t n, const QMVect
     return i + 1 < n ? appendLiteral(out, ",\n") : appendLiteral(out, "]\n");
 }
 
+// The text before a face list's lines: the opening on the first line, the
+// indent on the others.
+struct FaceLinePrefixes {
+    const char* first;
+    std::size_t firstLength;
+    const char* rest;
+    std::size_t restLength;
+};
+
 // Every face but the last is closed by -1 and the last by the bracket (so a
 // single face has no -1 at all).
-char* formatFaceLine(char* out, std::size_t face, std::size_t numFaces, const char* firstPrefix, const char* restPrefix,
+char* formatFaceLine(char* out, std::size_t face, std::size_t numFaces, const FaceLinePrefixes& prefixes,
                      const int* values, int corners) {
-    const char* prefix = face == 0 ? firstPrefix : restPrefix;
-    out = appendText(out, prefix, std::strlen(prefix));
-    for (int j = 0; j < corners; ++j) {
-        if (j) out = appendLiteral(out, ", ");
+    out = face == 0 ? appendText(out, prefixes.first, prefixes.firstLength)
+                    : appendText(out, prefixes.rest, prefixes.restLength);
+    out = appendIntegerInline(out, values[0]);
+    for (int j = 1; j < corners; ++j) {
+        out = appendLiteral(out, ", ");
         out = appendIntegerInline(out, values[j]);
     }
     return face + 1 < numFaces ? appendLiteral(out, ", -1,\n") : appendLiteral(out, "]\n");
@@ -397,7 +407,8 @@ QMVRMLExport::LineList QMVRMLExport::faceList(const MeshSource& mesh, FaceValues
     list.linesAreFaces = !texCoords;
     const char* firstPrefix = texCoords ? "      texCoordIndex [ " : "    coordIndex [ ";
     const char* restPrefix = texCoords ? "        " : "      ";
-    list.format = [&mesh, &rangeCounters, numFaces, texCoords, counted, all, firstPrefix, restPrefix](
+    const FaceLinePrefixes prefixes{firstPrefix, std::strlen(firstPrefix), restPrefix, std::strlen(restPrefix)};
+    list.format = [&mesh, &rangeCounters, numFaces, texCoords, counted, all, prefixes](
                       LineScratch& scratch, std::size_t first, std::size_t end, char* out) {
         const std::int32_t* faces = all ? all + 4 * first : scratchArray(scratch.faces, 4 * kLinesPerChunk);
         if (!all) mesh.readFaces(first, end - first, scratch.faces.get());
@@ -415,7 +426,7 @@ QMVRMLExport::LineList QMVRMLExport::faceList(const MeshSource& mesh, FaceValues
                     line[j] = static_cast<int>(static_cast<std::uint32_t>(4 * i) + static_cast<std::uint32_t>(j));
                 }
             }
-            out = formatFaceLine(out, i, numFaces, firstPrefix, restPrefix, line, corners);
+            out = formatFaceLine(out, i, numFaces, prefixes, line, corners);
             counter += static_cast<std::uint32_t>(corners);
         }
         return out;
