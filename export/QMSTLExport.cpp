@@ -24,8 +24,9 @@ constexpr std::size_t kMaxFacetText = 4 * PointTextCache::kMaxPointText + 64;
 const char kSolidStart[] = "solid object0 \n";
 const char kSolidEnd[] = "endsolid object0 \n";
 
-// Faces per range formatted apart: about a megabyte or two of output.
-constexpr std::size_t kFacesPerBinaryRange = 16384;
+// Faces per range formatted apart: about 400 KB of binary records (2,048 to
+// 16,384 faces measured; this was fastest) and about 1.3 MB of text.
+constexpr std::size_t kFacesPerBinaryRange = 4096;
 constexpr std::size_t kFacesPerTextRange = 4096;
 
 char* appendFloats(char* out, const QMVector3f& v) {
