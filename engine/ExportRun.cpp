@@ -68,17 +68,6 @@ bool placesFinitely(const QMMatrix4f& matrix, const BBox& box) {
     return true;
 }
 
-std::uint64_t countNonFinite(const QMArray<QMVector3f>& points) {
-    std::uint64_t counts[2] = {0, 0};
-    splitInTwo(points.size(), [&](std::size_t first, std::size_t end) {
-        std::uint64_t& count = counts[first == 0 ? 0 : 1];
-        for (std::size_t i = first; i < end; ++i) {
-            const QMVector3f& p = points[i];
-            if (!std::isfinite(p.x) || !std::isfinite(p.y) || !std::isfinite(p.z)) ++count;
-        }
-    });
-    return counts[0] + counts[1];
-}
 
 // Discards the exporter's file and ends its thread when an exception leaves
 // the export, so that nothing outlives the call.
@@ -142,14 +131,26 @@ public:
     }
 
     // Reads file `i` for the export: streamed where its layout allows, with
-    // the points the measuring pass kept.
-    bool readInput(std::size_t i, InputMesh& input, QMVekIO& reader) {
-        QMArray<QMVector3f>* kept = i < m_scene.keptPoints.size() ? &m_scene.keptPoints[i] : nullptr;
-        return input.read(m_plan.inputs[i].readerPath, m_scene.layouts[i], kept, reader);
+    // its points read ahead when `ready` holds them.
+    bool readInput(std::size_t i, InputMesh& input, QMVekIO& reader, ReadyPoints* ready) {
+        return input.read(m_plan.inputs[i].readerPath, m_scene.layouts[i], ready, reader);
     }
 
-    // Notes what reading file `i` found: its counts and the damage it met.
-    void fileRead(std::size_t i, bool readable, const QMArray<QMVector3f>& points, std::size_t numFaces) {
+    // The first file's points, as the measuring pass left them.
+    ReadyPoints takeFirstPoints() { return std::move(m_scene.firstPoints); }
+
+    // Starts reading file `i`'s points ahead, when there is such a file,
+    // into the storage of `memory` or else of the measuring pass's array.
+    void readAhead(NextPoints& next, std::size_t i, QMArray<QMVector3f>&& memory) {
+        if (i >= m_plan.inputs.size()) return;
+        if (memory.capacity() == 0) std::swap(memory, m_scene.spare);
+        next.start(m_plan.inputs[i].readerPath, m_scene.layouts[i], std::move(memory));
+    }
+
+    // Notes what reading file `i` found: its counts, the damage it met and
+    // the points with an infinite or NaN coordinate.
+    void fileRead(std::size_t i, bool readable, const QMArray<QMVector3f>& points, std::size_t numFaces,
+                  std::uint64_t nonFinite) {
         FileReport& file = m_result.report.files.back();
         file.points = points.size();
         file.faces = numFaces;
@@ -164,8 +165,7 @@ public:
                                                                                          : WarningKind::kBodyShorterThanCount;
             warn(kind, damage.kind == VekDamage::Kind::kBlockSizeInvalid ? "" : blockName(damage.tag), damage.elements);
         }
-        if (const std::uint64_t nonFinite = countNonFinite(points))
-            warn(WarningKind::kNonFiniteCoordinates, "Points", nonFinite);
+        if (nonFinite != 0) warn(WarningKind::kNonFiniteCoordinates, "Points", nonFinite);
     }
 
     void warn(WarningKind kind, const char* block, std::uint64_t count) {
@@ -251,14 +251,25 @@ void runExport(const ExportPlan& plan, QMSTLExport& exporter, ExportResult& resu
         if (!plan.readInputsWithoutOutput) return;
     }
     InputMesh input(InputMesh::Blocks::kPointsAndFaces, false);
+    const auto placeUpright = [&](QMArray<QMVector3f>& points) {
+        turnUpright(points, plan.up);
+        placeInPlace(points, placement->matrix);
+    };
+    // Each next file's points are read and placed while this one is written.
+    NextPoints next(placeUpright);
+    ReadyPoints ready = session.takeFirstPoints();
     for (std::size_t i = 0; i < plan.inputs.size(); ++i) {
         QMVekIO reader;
         FileReport& file = session.startFile(i, reader);
-        const bool readable = session.readInput(i, input, reader);
+        const bool prepared = ready.prepared;
+        const std::uint64_t nonFiniteRead = ready.nonFinite;
+        const bool readable = session.readInput(i, input, reader, &ready);
         QMArray<QMVector3f>& points = input.points();
-        turnUpright(points, plan.up);
-        session.fileRead(i, readable, points, input.numFaces());
-        placeInPlace(points, placement->matrix);
+        const bool alreadyPlaced = input.usedReadyPoints() && prepared;
+        const std::uint64_t nonFinite = alreadyPlaced ? nonFiniteRead : countNonFinite(points);
+        if (!alreadyPlaced) placeUpright(points);
+        session.fileRead(i, readable, points, input.numFaces(), nonFinite);
+        session.readAhead(next, i + 1, std::move(ready.points));
         const std::uint64_t trianglesBefore = exporter.trianglesWritten();
         const std::uint64_t skippedBefore = exporter.facesSkipped();
         exporter.writeMesh(input.mesh());
@@ -266,6 +277,7 @@ void runExport(const ExportPlan& plan, QMSTLExport& exporter, ExportResult& resu
         file.trianglesWritten = exporter.trianglesWritten() - trianglesBefore;
         file.facesSkipped = exporter.facesSkipped() - skippedBefore;
         if (file.facesSkipped != 0) session.warn(WarningKind::kFacesSkipped, "Face4", file.facesSkipped);
+        ready = next.take();
     }
     session.checkScene(plan.up);
     exporter.endExportKMeshes();
@@ -289,20 +301,31 @@ void runExport(const ExportPlan& plan, QMVRMLExport& exporter, ExportResult& res
         if (!plan.readInputsWithoutOutput) return;
     }
     InputMesh input(InputMesh::Blocks::kWithUVsAndColours, plan.vertexColors);
+    // Each next file's points are read while this one is written (the writer
+    // places them itself).
+    NextPoints next([](QMArray<QMVector3f>&) {});
+    ReadyPoints ready = session.takeFirstPoints();
     for (std::size_t i = 0; i < plan.inputs.size(); ++i) {
         QMVekIO reader;
         session.startFile(i, reader);
         if (!plan.carryUVsAcrossFiles) input.forgetUVs();
-        const bool readable = session.readInput(i, input, reader);
-        session.fileRead(i, readable, input.points(), input.numFaces());
+        const bool prepared = ready.prepared;
+        const std::uint64_t nonFiniteRead = ready.nonFinite;
+        const bool readable = session.readInput(i, input, reader, &ready);
+        const std::uint64_t nonFinite =
+            input.usedReadyPoints() && prepared ? nonFiniteRead : countNonFinite(input.points());
+        session.fileRead(i, readable, input.points(), input.numFaces(), nonFinite);
+        session.readAhead(next, i + 1, std::move(ready.points));
         QMString textureName = plan.inputs[i].textureName;
         QMDiskServer::removePathFromFilename(textureName);
-        if (!input.hasFaceIndices()) continue;
-        const MeshSource& mesh = input.mesh();
-        exporter.writeMesh(mesh, textureName, true);
-        session.checkFile(mesh, &placement->matrix, UpAxis::Y);
-        if (const std::uint64_t bad = facesWithMissingPoints(mesh))
-            session.warn(WarningKind::kFacesWithMissingPoints, "Face4", bad);
+        if (input.hasFaceIndices()) {
+            const MeshSource& mesh = input.mesh();
+            exporter.writeMesh(mesh, textureName, true);
+            session.checkFile(mesh, &placement->matrix, UpAxis::Y);
+            if (const std::uint64_t bad = facesWithMissingPoints(mesh))
+                session.warn(WarningKind::kFacesWithMissingPoints, "Face4", bad);
+        }
+        ready = next.take();
     }
     session.checkScene(UpAxis::Y);
     exporter.endExportKMeshes();
@@ -318,14 +341,16 @@ void runCheck(const ExportPlan& plan, ExportResult& result) {
     if (!placement) return;
     const UpAxis up = plan.format == Format::Vrml ? UpAxis::Y : plan.up;
     InputMesh input(InputMesh::Blocks::kPointsAndFaces, false);
+    ReadyPoints first = session.takeFirstPoints();
     for (std::size_t i = 0; i < plan.inputs.size(); ++i) {
         QMVekIO reader;
         session.startFile(i, reader);
-        const bool readable = session.readInput(i, input, reader);
+        const bool readable = session.readInput(i, input, reader, i == 0 ? &first : nullptr);
         QMArray<QMVector3f>& points = input.points();
+        const std::uint64_t nonFinite = countNonFinite(points);
         turnUpright(points, up);
-        session.fileRead(i, readable, points, input.numFaces());
         placeInPlace(points, placement->matrix);
+        session.fileRead(i, readable, points, input.numFaces(), nonFinite);
         session.checkFile(input.mesh(), nullptr, up);
         session.progress()->facesWritten(input.numFaces());
     }
@@ -355,7 +380,7 @@ void runExport(const ExportPlan& plan, SceneWriter& writer, ExportResult& result
         const bool readable =
             reader.readVtxFace4UV4AndMRGBBlocs(plan.inputs[i].readerPath, points, faces, uvs, colours);
         turnUpright(points, plan.up);
-        session.fileRead(i, readable, points, faces.size() / 4);
+        session.fileRead(i, readable, points, faces.size() / 4, countNonFinite(points));
         if (!plan.vertexColors) colours.clear();
         if (faces.size() < 4) continue;
         placeInPlace(points, placement->matrix);

@@ -19,24 +19,23 @@ bool InputMesh::canStream(const VekMeshLayout& layout) const {
     return layout.find(QMVekIO::kTagUV4) || m_uvs.empty();
 }
 
-bool InputMesh::read(const QMString& path, const VekMeshLayout& layout, QMArray<QMVector3f>* kept,
-                     QMVekIO& reader) {
+bool InputMesh::read(const QMString& path, const VekMeshLayout& layout, ReadyPoints* ready, QMVekIO& reader) {
     m_streamed.reset();
     m_arrays.reset();
+    m_usedReadyPoints = false;
     if (canStream(layout)) {
         m_file = std::make_shared<VekRandomAccess>(path);
-        if (m_file->opened()) return readStreamed(layout, kept, reader);
+        if (m_file->opened()) return readStreamed(layout, ready, reader);
     }
-    if (kept) *kept = QMArray<QMVector3f>();
     return readArrays(path, reader);
 }
 
-bool InputMesh::readStreamed(const VekMeshLayout& layout, QMArray<QMVector3f>* kept, QMVekIO& reader) {
+bool InputMesh::readStreamed(const VekMeshLayout& layout, ReadyPoints* ready, QMVekIO& reader) {
     m_faces = QMArray<int>();
     m_colours = QMArray<std::uint32_t>();
-    if (kept && !kept->empty()) {
-        m_points = std::move(*kept);
-        *kept = QMArray<QMVector3f>();
+    if (ready && ready->present) {
+        std::swap(m_points, ready->points);
+        m_usedReadyPoints = true;
     } else {
         const VekFileMeshSource::Body points = body(layout, QMVekIO::kTagPoints);
         m_points.resize(static_cast<std::size_t>(points.elements));

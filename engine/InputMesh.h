@@ -1,5 +1,6 @@
 #pragma once
 
+#include "engine/NextPoints.h"
 #include "export/ArrayMeshSource.h"
 #include "export/VekFileMeshSource.h"
 #include "support/QMArray.h"
@@ -13,7 +14,7 @@
 namespace ombrel::engine {
 
 // One input file's mesh as an export reads it, file after file. The points
-// are held in an array (taken from the measuring pass when it kept them);
+// are held in an array (taken over when they were read ahead);
 // the faces, texture coordinates and colours of a file with a simple layout
 // are read in ranges straight from the file while it is written, so memory
 // does not grow with the face count. Any other file goes to the array
@@ -27,13 +28,16 @@ public:
 
     InputMesh(Blocks blocks, bool withColours) : m_blocks(blocks), m_withColours(withColours) {}
 
-    // Reads file `path`, located as `layout`; `kept` (may be null or empty)
-    // holds its points from the measuring pass. Returns what the reader
-    // returns: false when the file cannot be opened or is not a Vek file.
+    // Reads file `path`, located as `layout`; `ready` (may be null) may hold
+    // its points already read. They are taken (usedReadyPoints()) when the
+    // file is read in ranges, and `ready` then holds the storage of the
+    // points before, to be reused. Returns what the reader returns: false
+    // when the file cannot be opened or is not a Vek file.
     // The texture coordinates of a file without any are those of the last
     // file that had them, as the host's VRML export reuses one array, unless
     // forgetUVs() was called in between.
-    bool read(const QMString& path, const VekMeshLayout& layout, QMArray<QMVector3f>* kept, QMVekIO& reader);
+    bool read(const QMString& path, const VekMeshLayout& layout, ReadyPoints* ready, QMVekIO& reader);
+    bool usedReadyPoints() const { return m_usedReadyPoints; }
     void forgetUVs();
 
     // The points, to be turned and placed in place before the mesh is written.
@@ -45,7 +49,7 @@ public:
     bool hasFaceIndices() const { return m_streamed ? numFaces() != 0 : !m_faces.empty(); }
 
 private:
-    bool readStreamed(const VekMeshLayout& layout, QMArray<QMVector3f>* kept, QMVekIO& reader);
+    bool readStreamed(const VekMeshLayout& layout, ReadyPoints* ready, QMVekIO& reader);
     bool readArrays(const QMString& path, QMVekIO& reader);
     VekFileMeshSource::Body body(const VekMeshLayout& layout, std::uint32_t tag) const;
     bool canStream(const VekMeshLayout& layout) const;
@@ -53,6 +57,7 @@ private:
     const Blocks m_blocks;
     const bool m_withColours;
     QMArray<QMVector3f> m_points;
+    bool m_usedReadyPoints = false;
 
     // A file read in ranges.
     std::shared_ptr<VekRandomAccess> m_file;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "engine/NextPoints.h"
 #include "engine/ProgressReporter.h"
 #include "geometry/BBox.h"
 #include "support/QMArray.h"
@@ -19,22 +20,20 @@ BBox sceneBounds(const std::vector<QMString>& readerPaths, ProgressReporter* pro
                  bool finiteOnly = false);
 
 // The first pass of an export: the scene's box, where each file's blocks lie
-// and what they hold, and the points of the first files, kept for the export
+// and what they hold, and the points of the first file, kept for its export
 // so that it does not read them again.
 struct SceneMeasure {
     BBox bounds;
     std::vector<VekMeshLayout> layouts;
     std::vector<VekBlockCounts> counts;
     std::uint64_t facesTotal = 0;
-    // keptPoints[i]: the points of file i as the bounds pass read them, for
-    // the first files of simple layout, as many as the allowance holds
-    // (kKeptPointsAllowance beyond the largest file's points), so that the
-    // pass and the export together hold at most twice the largest file's
-    // points plus the allowance.
-    std::vector<QMArray<QMVector3f>> keptPoints;
+    // The first file's points as its Points block holds them, when its
+    // layout is simple (not yet counted or prepared).
+    ReadyPoints firstPoints;
+    // The array the other files were measured in, whose storage the export
+    // reuses.
+    QMArray<QMVector3f> spare;
 };
-
-constexpr std::uint64_t kKeptPointsAllowance = std::uint64_t(32) << 20;
 
 SceneMeasure measureScene(const std::vector<QMString>& readerPaths, ProgressReporter& progress, bool finiteOnly);
 

@@ -62,9 +62,9 @@ protected:
         });
     }
 
-    bool read(InputMesh& input, const QMString& path, QMArray<QMVector3f>* kept = nullptr) {
+    bool read(InputMesh& input, const QMString& path, ombrel::engine::ReadyPoints* ready = nullptr) {
         QMVekIO reader;
-        return input.read(path, locateMeshBlocks(path), kept, reader);
+        return input.read(path, locateMeshBlocks(path), ready, reader);
     }
 
     static std::vector<float> texCoords(const MeshSource& mesh) {
@@ -165,22 +165,28 @@ TEST_F(InputMeshTest, UVsCarriedInTheReadersArrayKeepTheNextFileInArrays) {
     EXPECT_EQ(input.mesh().faceArray(), nullptr);
 }
 
-TEST_F(InputMeshTest, PointsKeptByTheMeasuringPassAreTakenOver) {
-    const QMString path = withoutUVs("b.vek");
-    QMArray<QMVector3f> kept = {QMVector3f(7, 8, 9)};
+TEST_F(InputMeshTest, PointsReadAheadAreTakenOverAndTheOldStorageHandedBack) {
     InputMesh input(InputMesh::Blocks::kPointsAndFaces, false);
-    ASSERT_TRUE(read(input, path, &kept));
-    EXPECT_TRUE(kept.empty());
-    ASSERT_EQ(input.points().size(), 1u);  // what was kept, not read again
+    ASSERT_TRUE(read(input, withoutUVs("a.vek")));
+    ombrel::engine::ReadyPoints ready;
+    ready.points = {QMVector3f(7, 8, 9)};
+    ready.present = true;
+    ASSERT_TRUE(read(input, withoutUVs("b.vek"), &ready));
+    EXPECT_TRUE(input.usedReadyPoints());
+    ASSERT_EQ(input.points().size(), 1u);  // what was read ahead, not read again
     EXPECT_EQ(input.points()[0].z, 9.0f);
+    EXPECT_EQ(ready.points.size(), 5u);  // a.vek's points, their storage to reuse
 }
 
-TEST_F(InputMeshTest, KeptPointsOfAFileReadInArraysAreDropped) {
-    QMArray<QMVector3f> kept = {QMVector3f(7, 8, 9)};
+TEST_F(InputMeshTest, PointsReadAheadOfAFileReadInArraysAreNotUsed) {
+    ombrel::engine::ReadyPoints ready;
+    ready.points = {QMVector3f(7, 8, 9)};
+    ready.present = true;
     InputMesh input(InputMesh::Blocks::kPointsAndFaces, false);
-    ASSERT_TRUE(read(input, damaged("d.vek", false), &kept));
-    EXPECT_TRUE(kept.empty());
+    ASSERT_TRUE(read(input, damaged("d.vek", false), &ready));
+    EXPECT_FALSE(input.usedReadyPoints());
     EXPECT_EQ(input.points().size(), 5u);
+    EXPECT_EQ(ready.points.size(), 1u);
 }
 
 TEST(FacesWithMissingPointsTest, CountsFacesWithACornerOutsideThePoints) {
