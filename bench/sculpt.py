@@ -13,8 +13,11 @@ printed when one is missing). Scenes are generated into the scratch
 directory ($OMBREL_BENCH_DIR, else /dev/shm/ombrel-bench when it has room,
 else /tmp/ombrel-bench) and reused while vekgen is unchanged.
 
-Usage: sculpt.py [--quick]
-  --quick  the same at a tenth of the size (3M faces in one file, 4M in four)
+Usage: sculpt.py [--quick] [--keep-scenes]
+  --quick        the same at a tenth of the size (3M faces in one file, 4M in four)
+  --keep-scenes  leave the generated scenes in the scratch directory for the
+                 next run (by default they are removed at the end: on tmpfs
+                 their 4.4 GB of memory would slow every later benchmark)
 Exit status: 0; 1 when an export fails or the builds' outputs differ; 2 when
 a program is missing or the scratch directory is short of room.
 """
@@ -155,6 +158,7 @@ def markdown(environment, scenes, rows):
 def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("--quick", action="store_true", help="3M faces in one file and 4M in four")
+    parser.add_argument("--keep-scenes", action="store_true", help="leave the generated scenes for the next run")
     args = parser.parse_args()
     started = time.time()
     missing = programs_missing()
@@ -179,6 +183,10 @@ def main():
         scenes.append(scene)
         for mode, _ in MODES:
             rows += compare_builds(runner, scene, mode, out_dir)
+    shutil.rmtree(out_dir, ignore_errors=True)
+    if not args.keep_scenes:
+        for scene in scenes:
+            shutil.rmtree(scene.dir, ignore_errors=True)
     environment["total_seconds"] = time.time() - started
     environment["load_after"] = report.load_average()
     with open(os.path.join(ROOT, "bench", "results-sculpt.md"), "w") as f:
