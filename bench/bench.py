@@ -113,8 +113,7 @@ class SceneBench:
     def run(self):
         peers = peer_table()
         for mode, extension, floor_kind in EXPORTS:
-            output_bytes = self.ombrel(mode, extension)
-            self.floor(mode, extension, floor_kind, output_bytes)
+            self.ombrel_and_floor(mode, extension, floor_kind)
             if mode in PRINTF_MODES:
                 self.printf(mode, extension)
             for peer in peers.get(mode, []):
@@ -135,23 +134,25 @@ class SceneBench:
                 10 * before["seconds"], LIMIT_10M)
         return True, ""
 
-    def ombrel(self, mode, extension):
+    def ombrel_and_floor(self, mode, extension, kind):
+        """The export and its I/O floor, timed in alternation; returns the
+        export's output size."""
         output = os.path.join(self.out_dir, "ombrel-" + mode + extension)
         keep = None
         if mode in MODEL_MODES and (self.label() != "10M" or mode in MODEL_10M):
             keep = os.path.join(self.keep_dir, "ombrel-" + mode + extension)
         command = [BENCH_EXPORT, LIBRARY, mode, output] + self.scene.files
-        result = self.runner.measure(command, output, self.runs, self.OWN_TIME, keep, in_full=True)["time"]
-        describe(self.label(), "Ombrel " + mode, result)
-        self.data["ombrel"][mode] = vars(result)
-        return result.output_bytes
+        floor_output = os.path.join(self.out_dir, "floor" + extension)
 
-    def floor(self, mode, extension, kind, output_bytes):
-        output = os.path.join(self.out_dir, "floor" + extension)
-        command = [BENCH_FLOOR, kind, str(output_bytes), output] + self.scene.files
-        result = self.runner.measure(command, output, self.runs, self.OWN_TIME, in_full=True)["time"]
-        describe(self.label(), "I/O floor for " + mode, result)
-        self.data["floor"][mode] = vars(result)
+        def floor_command(warm):
+            return [BENCH_FLOOR, kind, str(warm.output_bytes), floor_output] + self.scene.files, floor_output
+
+        result, floor = self.runner.measure_interleaved((command, output, keep), floor_command, self.runs)
+        describe(self.label(), "Ombrel " + mode, result)
+        describe(self.label(), "I/O floor for " + mode, floor)
+        self.data["ombrel"][mode] = vars(result)
+        self.data["floor"][mode] = vars(floor)
+        return result.output_bytes
 
     def printf(self, mode, extension):
         entries = self.data["printf"].setdefault(mode, {})

@@ -89,28 +89,57 @@ class Runner:
         size = os.path.getsize(output) if output and os.path.exists(output) else 0
         return Run(finished.stdout.decode(errors="replace"), size)
 
-    def measure(self, command, output, runs, timers, keep=None, in_full=False):
-        """A warm-up run, then the timed runs (`runs` of them when `in_full`,
-        else fewer for slow programs: see SLOW_RUN).
+    def measure(self, command, output, runs, timers, keep=None):
+        """A warm-up run, then the timed runs (fewer for slow programs: see
+        SLOW_RUN).
         `timers` maps a name to a function of a Run giving its time; one
         Result per timer is returned. The last output is moved to `keep`, if
         given, else removed."""
         warm = self.run_once(command, output)
         first = min(t(warm) for t in timers.values())
-        if in_full:
-            timed, note = [self.run_once(command, output) for _ in range(runs)], ""
-        elif first > self.single_run:
+        if first > self.single_run:
             timed, note = [warm], "one run (over %g s)" % self.single_run
         else:
             count = runs if first <= SLOW_RUN else min(runs, 3)
             timed, note = [self.run_once(command, output) for _ in range(count)], ""
-        if keep:
-            os.replace(output, keep)
-        elif os.path.exists(output):
-            os.remove(output)
-        results = {}
-        for name, timer in timers.items():
-            times = [timer(r) for r in timed]
-            results[name] = Result(statistics.median(times), len(timed), max(r.max_rss_kib for r in timed),
-                                   timed[-1].output_bytes, note, times)
-        return results
+        settle_output(output, keep)
+        return summarize(timed, timers, note)
+
+    def measure_interleaved(self, first, make_second, runs):
+        """Two commands timed in alternation, a run of the first then one of
+        the second, so that a change of the machine's speed during the
+        measurement (other virtual machines, memory pressure) weighs on both
+        alike: their ratio is what the benchmark judges. `first` is (command,
+        output, keep); `make_second(warm_run_of_first)` gives the second's
+        (command, output), so that it can depend on the first's output size.
+        Each gets a warm-up; returns the two "time" Results (own timer)."""
+        command, output, keep = first
+        warm = self.run_once(command, output)
+        second_command, second_output = make_second(warm)
+        self.run_once(second_command, second_output)
+        timed, second_timed = [], []
+        for _ in range(runs):
+            timed.append(self.run_once(command, output))
+            second_timed.append(self.run_once(second_command, second_output))
+        settle_output(output, keep)
+        settle_output(second_output, None)
+        own = {"time": lambda r: r.reported()}
+        return summarize(timed, own, "")["time"], summarize(second_timed, own, "")["time"]
+
+
+def settle_output(output, keep):
+    """The last output moved to `keep`, if given, else removed."""
+    if keep:
+        os.replace(output, keep)
+    elif os.path.exists(output):
+        os.remove(output)
+
+
+def summarize(timed, timers, note):
+    """One Result per timer over the timed runs."""
+    results = {}
+    for name, timer in timers.items():
+        times = [timer(r) for r in timed]
+        results[name] = Result(statistics.median(times), len(timed), max(r.max_rss_kib for r in timed),
+                               timed[-1].output_bytes, note, times)
+    return results
