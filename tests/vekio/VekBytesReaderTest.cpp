@@ -10,19 +10,6 @@
 
 namespace {
 
-// A small file with every block the readers know, an unknown one among them.
-std::vector<unsigned char> everyBlock() {
-    return vekBytes([](vekgen::VekWriter& w) {
-        w.points(kSquare);
-        w.rawBlock(40001, 2, std::vector<unsigned char>(8, 0x77));
-        w.face4(std::vector<vekgen::Face4>{{0, 1, 2, 3}, {0, 2, 3, -1}});
-        w.uv4(std::vector<vekgen::UV4>{{0, 0, 1, 0, 1, 1, 0, 1}, {0.5f, 0, 1, 0.5f, 0, 1, 0, 0}});
-        w.mask(std::vector<unsigned char>{1, 2, 3, 4});
-        w.mrgb(std::vector<std::uint32_t>{0x00FF0000u, 0x0000FF00u, 0x000000FFu, 0x00808080u});
-        w.endBlock();
-    });
-}
-
 // What every reader gives, with the damage it notes, for comparing.
 struct Everything {
     std::vector<int> results;
@@ -73,7 +60,7 @@ Everything readEverything(const Source& source) {
 }  // namespace
 
 TEST_F(VekReaderTest, BytesInMemoryReadAsTheirFile) {
-    const std::vector<unsigned char> bytes = everyBlock();
+    const std::vector<unsigned char> bytes = fileWithEveryBlock();
     writeFileBytes(dir.file("all.vek"), bytes);
     const Everything fromFile = readEverything(QMString(dir.file("all.vek").c_str()));
     const Everything fromBytes = readEverything(VekBytes{bytes.data(), bytes.size()});
@@ -99,7 +86,7 @@ TEST_F(VekReaderTest, GoldenBytesGiveTheirPoints) {
 }
 
 TEST_F(VekReaderTest, EveryTruncatedPrefixReadsAsTheSameFileCutThere) {
-    const std::vector<unsigned char> bytes = everyBlock();
+    const std::vector<unsigned char> bytes = fileWithEveryBlock();
     for (std::size_t length = 0; length <= bytes.size(); ++length) {
         const std::vector<unsigned char> prefix(bytes.begin(), bytes.begin() + long(length));
         writeFileBytes(dir.file("cut.vek"), prefix);

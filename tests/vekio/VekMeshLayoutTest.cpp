@@ -12,18 +12,6 @@
 
 namespace {
 
-// Points, an unknown block, two faces, their UVs, a mask and colours.
-std::vector<unsigned char> meshFile() {
-    return vekBytes([](vekgen::VekWriter& w) {
-        w.points(kSquare);
-        w.rawBlock(40001, 2, std::vector<unsigned char>(8, 0x77));
-        w.face4(std::vector<vekgen::Face4>{{0, 1, 2, 3}, {0, 2, 3, -1}});
-        w.uv4(std::vector<vekgen::UV4>{{0, 0, 1, 0, 1, 1, 0, 1}, {0.5f, 0, 1, 0.5f, 0, 1, 0, 0}});
-        w.mask(std::vector<unsigned char>{1, 2, 3, 4});
-        w.mrgb(std::vector<std::uint32_t>{0x00FF0000u, 0x0000FF00u, 0x000000FFu, 0x00808080u});
-        w.endBlock();
-    });
-}
 
 VekMeshLayout layoutOf(const std::vector<unsigned char>& bytes) {
     return locateMeshBlocks(VekBytes{bytes.data(), bytes.size()});
@@ -48,7 +36,7 @@ std::vector<unsigned char> layoutBody(const std::vector<unsigned char>& bytes, c
 }  // namespace
 
 TEST(VekMeshLayoutTest, AWellFormedFileIsSimpleWithItsBlocksInOrder) {
-    const VekMeshLayout layout = layoutOf(meshFile());
+    const VekMeshLayout layout = layoutOf(fileWithEveryBlock());
     EXPECT_TRUE(layout.readable);
     EXPECT_TRUE(layout.simple);
     ASSERT_EQ(layout.meshBlocks.size(), 4u);
@@ -119,7 +107,7 @@ TEST(VekMeshLayoutTest, NoVekFileIsNotReadable) {
 
 TEST(VekMeshLayoutTest, AFileAndItsBytesGiveTheSameLayout) {
     TempDir dir;
-    const std::vector<unsigned char> bytes = meshFile();
+    const std::vector<unsigned char> bytes = fileWithEveryBlock();
     writeFileBytes(dir.file("m.vek"), bytes);
     const VekMeshLayout fromFile = locateMeshBlocks(QMString(dir.file("m.vek").c_str()));
     const VekMeshLayout fromBytes = layoutOf(bytes);
@@ -136,7 +124,7 @@ TEST(VekMeshLayoutTest, AFileAndItsBytesGiveTheSameLayout) {
 // readers fill, and the readers note no damage; a cut in a mesh block's
 // body is never simple.
 TEST(VekMeshLayoutTest, EveryTruncatedPrefixIsSimpleOnlyWhereTheReadersSeeNoDamage) {
-    const std::vector<unsigned char> bytes = meshFile();
+    const std::vector<unsigned char> bytes = fileWithEveryBlock();
     const VekMeshLayout whole = layoutOf(bytes);
     std::size_t simplePrefixes = 0;
     for (std::size_t length = 0; length <= bytes.size(); ++length) {
@@ -168,7 +156,7 @@ TEST(VekMeshLayoutTest, EveryTruncatedPrefixIsSimpleOnlyWhereTheReadersSeeNoDama
 }
 
 TEST(VekMeshLayoutTest, BlockCountsComeFromTheLayout) {
-    const VekBlockCounts counts = blockCountsOf(layoutOf(meshFile()));
+    const VekBlockCounts counts = blockCountsOf(layoutOf(fileWithEveryBlock()));
     EXPECT_TRUE(counts.readable);
     EXPECT_EQ(counts.points, 4u);
     EXPECT_EQ(counts.faces, 2u);
