@@ -130,10 +130,21 @@ public:
         return m_result.report.files.back();
     }
 
-    // Reads file `i` for the export: streamed where its layout allows, with
-    // its points read ahead when `ready` holds them.
-    bool readInput(std::size_t i, InputMesh& input, QMVekIO& reader, ReadyPoints* ready) {
-        return input.read(m_plan.inputs[i].readerPath, m_scene.layouts[i], ready, reader);
+    // Reads file `i` for the export (streamed where its layout allows, with
+    // its points read ahead when `ready` holds them), brings its points to
+    // `prepare`d form unless they were read ahead so, and notes what it
+    // found. Returns what the reader returns.
+    bool readInput(std::size_t i, InputMesh& input, QMVekIO& reader, ReadyPoints* ready,
+                   const NextPoints::Prepare& prepare) {
+        const bool readAheadPrepared = ready && ready->prepared;
+        const std::uint64_t nonFiniteReadAhead = ready ? ready->nonFinite : 0;
+        const bool readable = input.read(m_plan.inputs[i].readerPath, m_scene.layouts[i], ready, reader);
+        QMArray<QMVector3f>& points = input.points();
+        const bool prepared = readAheadPrepared && input.usedReadyPoints();
+        const std::uint64_t nonFinite = prepared ? nonFiniteReadAhead : countNonFinite(points);
+        if (!prepared) prepare(points);
+        fileRead(i, readable, points, input.numFaces(), nonFinite);
+        return readable;
     }
 
     // The first file's points, as the measuring pass left them.
@@ -229,6 +240,15 @@ void placeInPlace(QMArray<QMVector3f>& points, const QMMatrix4f& matrix) {
     });
 }
 
+// The points turned upright for `up` (turnUpright), then placed: as an STL
+// export and the check take them.
+NextPoints::Prepare uprightAndPlaced(UpAxis up, const QMMatrix4f& matrix) {
+    return [up, matrix](QMArray<QMVector3f>& points) {
+        turnUpright(points, up);
+        placeInPlace(points, matrix);
+    };
+}
+
 }  // namespace
 
 void runExport(const ExportPlan& plan, QMSTLExport& exporter, ExportResult& result) {
@@ -243,6 +263,7 @@ void runExport(const ExportPlan& plan, QMSTLExport& exporter, ExportResult& resu
     struct MatrixInUseAfterwards {
         QMSTLExport& exporter;
         ~MatrixInUseAfterwards() { exporter.m_useMatrix = true; }
+
     } matrixInUse{exporter};
     AbandonOnUnwind<QMSTLExport> guard(exporter);
     exporter.setProgress(session.progress());
@@ -251,24 +272,14 @@ void runExport(const ExportPlan& plan, QMSTLExport& exporter, ExportResult& resu
         if (!plan.readInputsWithoutOutput) return;
     }
     InputMesh input(InputMesh::Blocks::kPointsAndFaces, false);
-    const auto placeUpright = [&](QMArray<QMVector3f>& points) {
-        turnUpright(points, plan.up);
-        placeInPlace(points, placement->matrix);
-    };
+    const NextPoints::Prepare placeUpright = uprightAndPlaced(plan.up, placement->matrix);
     // Each next file's points are read and placed while this one is written.
     NextPoints next(placeUpright);
     ReadyPoints ready = session.takeFirstPoints();
     for (std::size_t i = 0; i < plan.inputs.size(); ++i) {
         QMVekIO reader;
         FileReport& file = session.startFile(i, reader);
-        const bool prepared = ready.prepared;
-        const std::uint64_t nonFiniteRead = ready.nonFinite;
-        const bool readable = session.readInput(i, input, reader, &ready);
-        QMArray<QMVector3f>& points = input.points();
-        const bool alreadyPlaced = input.usedReadyPoints() && prepared;
-        const std::uint64_t nonFinite = alreadyPlaced ? nonFiniteRead : countNonFinite(points);
-        if (!alreadyPlaced) placeUpright(points);
-        session.fileRead(i, readable, points, input.numFaces(), nonFinite);
+        session.readInput(i, input, reader, &ready, placeUpright);
         session.readAhead(next, i + 1, std::move(ready.points));
         const std::uint64_t trianglesBefore = exporter.trianglesWritten();
         const std::uint64_t skippedBefore = exporter.facesSkipped();
@@ -303,18 +314,14 @@ void runExport(const ExportPlan& plan, QMVRMLExport& exporter, ExportResult& res
     InputMesh input(InputMesh::Blocks::kWithUVsAndColours, plan.vertexColors);
     // Each next file's points are read while this one is written (the writer
     // places them itself).
-    NextPoints next([](QMArray<QMVector3f>&) {});
+    const NextPoints::Prepare asRead = [](QMArray<QMVector3f>&) {};
+    NextPoints next(asRead);
     ReadyPoints ready = session.takeFirstPoints();
     for (std::size_t i = 0; i < plan.inputs.size(); ++i) {
         QMVekIO reader;
         session.startFile(i, reader);
         if (!plan.carryUVsAcrossFiles) input.forgetUVs();
-        const bool prepared = ready.prepared;
-        const std::uint64_t nonFiniteRead = ready.nonFinite;
-        const bool readable = session.readInput(i, input, reader, &ready);
-        const std::uint64_t nonFinite =
-            input.usedReadyPoints() && prepared ? nonFiniteRead : countNonFinite(input.points());
-        session.fileRead(i, readable, input.points(), input.numFaces(), nonFinite);
+        session.readInput(i, input, reader, &ready, asRead);
         session.readAhead(next, i + 1, std::move(ready.points));
         QMString textureName = plan.inputs[i].textureName;
         QMDiskServer::removePathFromFilename(textureName);
@@ -342,15 +349,11 @@ void runCheck(const ExportPlan& plan, ExportResult& result) {
     const UpAxis up = plan.format == Format::Vrml ? UpAxis::Y : plan.up;
     InputMesh input(InputMesh::Blocks::kPointsAndFaces, false);
     ReadyPoints first = session.takeFirstPoints();
+    const NextPoints::Prepare placeUpright = uprightAndPlaced(up, placement->matrix);
     for (std::size_t i = 0; i < plan.inputs.size(); ++i) {
         QMVekIO reader;
         session.startFile(i, reader);
-        const bool readable = session.readInput(i, input, reader, i == 0 ? &first : nullptr);
-        QMArray<QMVector3f>& points = input.points();
-        const std::uint64_t nonFinite = countNonFinite(points);
-        turnUpright(points, up);
-        placeInPlace(points, placement->matrix);
-        session.fileRead(i, readable, points, input.numFaces(), nonFinite);
+        session.readInput(i, input, reader, i == 0 ? &first : nullptr, placeUpright);
         session.checkFile(input.mesh(), nullptr, up);
         session.progress()->facesWritten(input.numFaces());
     }
