@@ -6,6 +6,7 @@
 #include "export/OrderedChunks.h"
 #include "export/PlacedPoints.h"
 #include "export/PointTextCache.h"
+#include "export/STLBinaryRecords.h"
 #include "export/STLFacetNormal.h"
 #include "support/QMDiskServer.h"
 
@@ -17,7 +18,6 @@
 namespace {
 
 constexpr std::size_t kHeaderBytes = 80;
-constexpr std::size_t kRecordBytes = 50;
 // A facet is 12 numbers and 54 bytes of fixed text.
 constexpr std::size_t kMaxFacetText = 4 * PointTextCache::kMaxPointText + 64;
 
@@ -28,24 +28,6 @@ const char kSolidEnd[] = "endsolid object0 \n";
 // 16,384 faces measured; this was fastest) and about 1.3 MB of text.
 constexpr std::size_t kFacesPerBinaryRange = 4096;
 constexpr std::size_t kFacesPerTextRange = 4096;
-
-char* appendFloats(char* out, const QMVector3f& v) {
-    std::memcpy(out, &v.x, 4);
-    std::memcpy(out + 4, &v.y, 4);
-    std::memcpy(out + 8, &v.z, 4);
-    return out + 12;
-}
-
-// One 50-byte record: normal, three corners, the attribute word.
-char* formatTriangleBIN(char* out, const QMVector3f& normal, const QMVector3f* points, const TriangleCorners& t) {
-    out = appendFloats(out, normal);
-    out = appendFloats(out, points[t.i0]);
-    out = appendFloats(out, points[t.i1]);
-    out = appendFloats(out, points[t.i2]);
-    *out++ = ' ';  // the attribute word is two spaces, 0x2020
-    *out++ = ' ';
-    return out;
-}
 
 // One facet, at most kMaxFacetText bytes. A point's text is cached under its
 // index.
@@ -165,7 +147,7 @@ void QMSTLExport::writeMesh(const MeshSource& mesh) {
     const auto inRange = [numPoints](int index) { return index >= 0 && std::size_t(index) < numPoints; };
     const bool binary = m_binary;
     const std::size_t facesPerRange = binary ? kFacesPerBinaryRange : kFacesPerTextRange;
-    const std::size_t maxFaceBytes = 2 * (binary ? kRecordBytes : kMaxFacetText);
+    const std::size_t maxFaceBytes = 2 * (binary ? kSTLRecordBytes : kMaxFacetText);
 
     const auto formatFaces = [&](FacetScratch& scratch, std::size_t first, std::size_t end, char* out,
                                  RangeCounts& counts) {
@@ -187,10 +169,13 @@ void QMSTLExport::writeMesh(const MeshSource& mesh) {
                 triangles[batch++] = {face[0], face[1], face[2]};
                 if (isQuad) triangles[batch++] = {face[0], face[2], face[3]};
             }
-            stlFacetNormals(placed, triangles, batch, normals);
-            for (std::size_t t = 0; t < batch; ++t)
-                out = binary ? formatTriangleBIN(out, normals[t], placed, triangles[t])
-                             : formatTriangleASCII(out, *scratch.pointTexts, normals[t], placed, triangles[t]);
+            if (binary) {
+                out = formatSTLBinaryRecords(placed, numPoints, triangles, batch, out);
+            } else {
+                stlFacetNormals(placed, numPoints, triangles, batch, normals);
+                for (std::size_t t = 0; t < batch; ++t)
+                    out = formatTriangleASCII(out, *scratch.pointTexts, normals[t], placed, triangles[t]);
+            }
             counts.written += batch;
         }
         return out;

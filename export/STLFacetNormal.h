@@ -23,8 +23,8 @@ struct TriangleCorners {
     int i0, i1, i2;
 };
 
-// stlFacetNormal of `count` triangles of `points`, four at a time in SIMD
-// lanes where the processor has them: the same IEEE operations per lane
-// (float products and differences, a float square root, a division in double
-// per component), so every normal has the same bits as stlFacetNormal's.
-void stlFacetNormals(const QMVector3f* points, const TriangleCorners* triangles, std::size_t count, QMVector3f* normals);
+// stlFacetNormal of `count` triangles of `points` (numPoints of them), four
+// at a time in SIMD lanes where the processor has them, with the same bits as
+// stlFacetNormal's. Every corner must name one of the points.
+void stlFacetNormals(const QMVector3f* points, std::size_t numPoints, const TriangleCorners* triangles,
+                     std::size_t count, QMVector3f* normals);

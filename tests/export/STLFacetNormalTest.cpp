@@ -46,7 +46,7 @@ TEST(STLFacetNormalTest, BatchedNormalsHaveTheBitsOfSingleOnes) {
     triangles.push_back({0, 0, 0});  // a degenerate triangle: the zero normal stays
     for (std::size_t count : {std::size_t(1), std::size_t(3), std::size_t(4), std::size_t(7), triangles.size()}) {
         std::vector<QMVector3f> normals(count);
-        stlFacetNormals(points.data(), triangles.data() + triangles.size() - count, count, normals.data());
+        stlFacetNormals(points.data(), points.size(), triangles.data() + triangles.size() - count, count, normals.data());
         std::size_t different = 0;
         for (std::size_t k = 0; k < count; ++k) {
             const TriangleCorners& t = triangles[triangles.size() - count + k];
@@ -60,7 +60,7 @@ TEST(STLFacetNormalTest, KnownNormals) {
     const std::vector<QMVector3f> points = {{0, 0, 0}, {2, 0, 0}, {0, 2, 0}, {0, 0, 0}, {0, 0, 3}};
     const std::vector<TriangleCorners> triangles = {{0, 1, 2}, {0, 2, 1}, {0, 1, 3}, {0, 0, 4}};
     std::vector<QMVector3f> normals(4);
-    stlFacetNormals(points.data(), triangles.data(), 4, normals.data());
+    stlFacetNormals(points.data(), points.size(), triangles.data(), 4, normals.data());
     EXPECT_EQ(normals[0].z, 1.0f);
     EXPECT_EQ(normals[1].z, -1.0f);
     // A zero normal keeps its signs: (2,0,0) x (-2,0,0) is (0, -0, 0).
