@@ -59,6 +59,45 @@ TEST(PointRunBoundsTest, RunsAddedInOrderGiveTheBoxOfEveryPointInTurn) {
     EXPECT_EQ(different, 0u);
 }
 
+// Long runs go through the four-at-a-time fold: every length and start
+// around its blocks of four, with zeros of both signs among the extremes.
+TEST(PointRunBoundsTest, LongRunsGiveTheBoxOfEveryPointInTurn) {
+    std::mt19937 random(9);
+    std::size_t different = 0, checked = 0;
+    for (int trial = 0; trial < 4000; ++trial) {
+        std::vector<QMVector3f> points = awkwardPoints(random, 1 + trial % 70);
+        // Some runs of ordinary values only, whose extremes are zeros.
+        if (trial % 4 == 0)
+            for (QMVector3f& p : points) p = QMVector3f(std::fabs(p.x) == 0.0f ? p.x : 1.0f, p.y == p.y ? 0.0f : -0.0f,
+                                                        std::isfinite(p.z) ? p.z : 2.0f);
+        const bool finiteOnly = trial % 2 == 1;
+        std::uniform_int_distribution<std::size_t> cut(0, points.size());
+        const std::size_t start = trial % 5 == 0 ? 0 : cut(random);
+        const std::vector<QMVector3f> run(points.begin() + start, points.end());
+        BBox folded;
+        addPointRun(folded, foldPointRun(points.data() + start, run.size(), finiteOnly));
+        if (!sameBits(folded, addedInTurn(BBox(), run, finiteOnly))) ++different;
+        ++checked;
+    }
+    EXPECT_EQ(different, 0u) << "of " << checked;
+}
+
+// The first zero of a coordinate decides the sign of a zero bound, wherever
+// it lies among the blocks of four.
+TEST(PointRunBoundsTest, AZeroBoundKeepsTheSignOfTheFirstZero) {
+    for (std::size_t at = 1; at < 13; ++at) {
+        std::vector<QMVector3f> points(13, QMVector3f(1.0f, 1.0f, -1.0f));
+        points[at] = QMVector3f(-0.0f, -0.0f, -0.0f);
+        if (at != 12) points[12] = QMVector3f(0.0f, 0.0f, 0.0f);
+        BBox box;
+        addPointRun(box, foldPointRun(points.data(), points.size(), false));
+        EXPECT_TRUE(std::signbit(box.m_min.x)) << at;
+        EXPECT_EQ(box.m_max.z, 0.0f) << at;
+        EXPECT_TRUE(std::signbit(box.m_max.z)) << at;
+        EXPECT_EQ(box.m_min.z, -1.0f) << at;
+    }
+}
+
 TEST(PointRunBoundsTest, AKnownScene) {
     const std::vector<QMVector3f> points = {{1, 2, 3}, {-1, 5, 0}, {4, -2, -0.0f}, {0, 0, 9}};
     BBox box;
