@@ -30,7 +30,7 @@ public:
 
     void run(std::size_t numChunks, std::size_t chunkCapacity, const ChunkFormatter& format,
              const ChunkDelivery& deliver) {
-        if (m_workers <= 1 || numChunks <= 1 || !startThreads()) {
+        if (m_workers == 0 || numChunks <= 1 || !startThreads()) {
             runOnCallingThread(numChunks, chunkCapacity, format, deliver);
             return;
         }
@@ -224,7 +224,7 @@ private:
     std::exception_ptr m_error;
 };
 
-ExportWorkers::ExportWorkers(unsigned workers) : m_workers(std::max(workers, 1u)), m_pool(new Pool(m_workers)) {}
+ExportWorkers::ExportWorkers(unsigned workers) : m_workers(workers), m_pool(new Pool(m_workers)) {}
 
 ExportWorkers::~ExportWorkers() = default;
 
@@ -238,7 +238,18 @@ void runOrderedChunks(std::size_t numChunks, std::size_t chunkCapacity, unsigned
     ExportWorkers(workers).run(numChunks, chunkCapacity, format, deliver);
 }
 
-unsigned exportWorkerCount() {
+namespace {
+
+// With one processor (or none known) a formatting thread would only take
+// turns with the calling one.
+unsigned formattingThreads(unsigned besides) {
     const unsigned processors = std::thread::hardware_concurrency();
-    return std::clamp(processors, 1u, 4u);
+    if (processors < 2) return 0;
+    return std::clamp(processors - besides, 1u, 4u);
 }
+
+}  // namespace
+
+unsigned exportWorkerCount() { return formattingThreads(0); }
+
+unsigned exportWorkerCountBesideWriter() { return formattingThreads(1); }

@@ -23,10 +23,14 @@ using ChunkDelivery = std::function<void(const ChunkBytes& bytes)>;
 // chunk's bytes may depend only on the chunk (and the worker's own caches),
 // so the output is the same whatever the number of threads.
 //
+// `workers` is the number of formatting threads; with none, the calling
+// thread formats each chunk before delivering it.
+//
 // `format(worker, chunk, bytes)` writes chunk `chunk` into `bytes.data`
 // (capacity `chunkCapacity`, size and count to be set); `worker` (0 to
-// workers-1) lets it use per-thread scratch state. Each worker holds two
-// chunk buffers, so memory stays at 2 x workers x chunkCapacity.
+// workers-1, or 0 on the calling thread) lets it use per-thread scratch
+// state. Each worker holds two chunk buffers, so memory stays at
+// 2 x workers x chunkCapacity.
 //
 // The threads and their buffers are kept from one run to the next, for a
 // whole export: starting threads and touching fresh buffers for every mesh
@@ -35,7 +39,7 @@ using ChunkDelivery = std::function<void(const ChunkBytes& bytes)>;
 //
 // Every worker has finished its part when run returns, also when `format` or
 // `deliver` throws: the first exception is passed on to the caller, and the
-// workers stay usable. With one worker, one chunk, or when no thread can be
+// workers stay usable. With no worker, one chunk, or when no thread can be
 // started, everything runs on the calling thread.
 class ExportWorkers {
 public:
@@ -58,9 +62,16 @@ private:
 void runOrderedChunks(std::size_t numChunks, std::size_t chunkCapacity, unsigned workers,
                       const ChunkFormatter& format, const ChunkDelivery& deliver);
 
-// The number of formatting threads exports use: the processors available,
-// at most four.
+// The number of formatting threads an export uses: the processors available,
+// at most four; none (formatting on the calling thread) with one processor.
 unsigned exportWorkerCount();
+
+// The same for an export whose writing takes longer than its formatting
+// (binary STL): the calling thread, which writes, keeps a processor to
+// itself, and the others format (one processor fewer, at least one thread
+// with two processors or more). Three threads on two processors would take
+// the writer's processor from it in turns.
+unsigned exportWorkerCountBesideWriter();
 
 // What a range's formatter counts: what it wrote (triangles, ...) and the
 // items it left out.
@@ -90,7 +101,7 @@ template <class Scratch, class Format, class Deliver>
 void formatRangesInOrder(ExportWorkers& workers, std::size_t numItems, std::size_t itemsPerRange,
                          std::size_t maxItemBytes, const Format& format, const Deliver& deliver) {
     if (numItems == 0) return;
-    std::vector<Scratch> scratch(workers.count());
+    std::vector<Scratch> scratch(std::max(workers.count(), 1u));
     const auto rangeFirst = [itemsPerRange](std::size_t chunk) { return chunk * itemsPerRange; };
     const auto rangeEnd = [numItems, itemsPerRange](std::size_t chunk) {
         return std::min(numItems, (chunk + 1) * itemsPerRange);

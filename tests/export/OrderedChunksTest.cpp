@@ -33,7 +33,7 @@ std::string expectedText(std::size_t numChunks) {
 }  // namespace
 
 TEST(OrderedChunks, DeliversEveryChunkInOrderWhateverTheWorkerCount) {
-    for (unsigned workers : {1u, 2u, 3u, 4u, 8u}) {
+    for (unsigned workers : {0u, 1u, 2u, 3u, 4u, 8u}) {
         std::string text;
         std::size_t countSum = 0;
         runOrderedChunks(500, 64, workers, formatNumbered, [&](const ChunkBytes& bytes) {
@@ -99,13 +99,31 @@ TEST(OrderedChunks, ADeliveryFailureStopsTheWorkers) {
     EXPECT_LT(formatted.load(), 100u);
 }
 
-TEST(OrderedChunks, OneWorkerRunsOnTheCallingThread) {
+TEST(OrderedChunks, NoWorkerFormatsOnTheCallingThread) {
     const std::thread::id caller = std::this_thread::get_id();
     bool sameThread = true;
     runOrderedChunks(
-        10, 8, 1, [&](unsigned, std::size_t, ChunkBytes&) { sameThread &= std::this_thread::get_id() == caller; },
+        10, 8, 0, [&](unsigned, std::size_t, ChunkBytes&) { sameThread &= std::this_thread::get_id() == caller; },
         [](const ChunkBytes&) {});
     EXPECT_TRUE(sameThread);
+}
+
+// One worker formats on a thread of its own while the caller delivers: the
+// caller's time goes to delivering (writing) alone.
+TEST(OrderedChunks, OneWorkerFormatsBesideTheCallingThread) {
+    const std::thread::id caller = std::this_thread::get_id();
+    std::set<std::thread::id> formatters;
+    std::string text;
+    runOrderedChunks(
+        40, 64, 1,
+        [&](unsigned worker, std::size_t chunk, ChunkBytes& bytes) {
+            formatters.insert(std::this_thread::get_id());  // one thread only: no lock needed
+            formatNumbered(worker, chunk, bytes);
+        },
+        [&](const ChunkBytes& bytes) { text.append(bytes.data.get(), bytes.size); });
+    EXPECT_EQ(text, expectedText(40));
+    ASSERT_EQ(formatters.size(), 1u);
+    EXPECT_NE(*formatters.begin(), caller);
 }
 
 TEST(ExportWorkersTest, OneSetOfWorkersServesRunAfterRunOnTheSameThreads) {
