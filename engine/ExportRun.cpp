@@ -10,6 +10,7 @@
 #include "engine/ScenePlacement.h"
 #include "export/QMSTLExport.h"
 #include "export/QMVRMLExport.h"
+#include "geometry/PointArrayTransform.h"
 #include "support/AtomicOutputFile.h"
 #include "support/QMDiskServer.h"
 #include "vekio/QMVekIO.h"
@@ -236,7 +237,7 @@ private:
 // Places every point as the STL writer would (its projective product).
 void placeInPlace(QMArray<QMVector3f>& points, const QMMatrix4f& matrix) {
     splitInTwo(points.size(), [&](std::size_t first, std::size_t end) {
-        for (std::size_t i = first; i < end; ++i) points[i] = matrix.multVec3f(points[i]);
+        multVec3fInPlace(matrix, points.data() + first, end - first);
     });
 }
 

@@ -1,5 +1,7 @@
 #include "export/PlacedPoints.h"
 
+#include "geometry/PointArrayTransform.h"
+
 PlacedPoints::PlacedPoints(const MeshSource& mesh, const QMMatrix4f* matrix) : m_size(mesh.numPoints()) {
     if (!matrix && mesh.pointArray()) {
         m_points = mesh.pointArray();
@@ -7,7 +9,6 @@ PlacedPoints::PlacedPoints(const MeshSource& mesh, const QMMatrix4f* matrix) : m
     }
     m_placed.resize(m_size);
     mesh.readPoints(0, m_size, m_placed.data());
-    if (matrix)
-        for (QMVector3f& point : m_placed) point = matrix->multVec3f(point);
+    if (matrix) multVec3fInPlace(*matrix, m_placed.data(), m_size);
     m_points = m_placed.data();
 }
