@@ -152,10 +152,9 @@ public:
     ReadyPoints takeFirstPoints() { return std::move(m_scene.firstPoints); }
 
     // Starts reading file `i`'s points ahead, when there is such a file,
-    // into the storage of `memory` or else of the measuring pass's array.
+    // into the storage of `memory`.
     void readAhead(NextPoints& next, std::size_t i, QMArray<QMVector3f>&& memory) {
         if (i >= m_plan.inputs.size()) return;
-        if (memory.capacity() == 0) std::swap(memory, m_scene.spare);
         next.start(m_plan.inputs[i].readerPath, m_scene.layouts[i], std::move(memory));
     }
 

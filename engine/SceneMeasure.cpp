@@ -6,56 +6,190 @@
 #include "vekio/VekRandomAccess.h"
 
 #include <algorithm>
+#include <atomic>
 #include <memory>
 
 namespace ombrel::engine {
 
 namespace {
 
-// Reads the points of one file (its first Points block, as readVertexBloc
-// reads it) into `points` and folds them into a run; the two halves are read
-// and folded side by side. True when they were read straight from a file of
-// simple layout.
-bool readAndFold(const QMString& path, const VekMeshLayout& layout, QMArray<QMVector3f>& points, bool finiteOnly,
-                 PointRunBounds runs[2]) {
-    const VekBlockExtent* block = layout.simple ? layout.find(QMVekIO::kTagPoints) : nullptr;
-    std::unique_ptr<VekRandomAccess> file;
-    if (block) file = std::make_unique<VekRandomAccess>(path);
-    const bool direct = file && file->opened();
-    if (direct) {
-        points.clear();
-        points.resize(block->count);
-    } else {
-        QMVekIO().readVertexBloc(path, points);
+// Points read and folded as one piece: 192 KB, so that a thread's buffer
+// stays in its processor's cache.
+constexpr std::size_t kPointsPerPiece = 16384;
+
+// A run of one file's points, read from the file and folded as a unit.
+struct Piece {
+    std::size_t file;
+    std::size_t first, count;  // points of the file's Points block
+    bool kept;                 // read into the first file's array, kept for the export
+};
+
+// The files whose Points block is read straight from the file (simple
+// layout), each cut into pieces, measured on this thread and another one
+// side by side. The first file's points, when an array is given for them,
+// are read into it and kept; its pieces come last, so that the other thread
+// measures the other files while this one makes room for them. Each file's
+// start is reported, in file order, as this thread reaches it.
+class PiecewiseMeasure {
+public:
+    PiecewiseMeasure(const std::vector<QMString>& paths, const std::vector<VekMeshLayout>& layouts,
+                     ProgressReporter* progress, bool finiteOnly)
+        : m_progress(progress), m_finiteOnly(finiteOnly), m_files(paths.size()), m_piecesOfFile(paths.size()) {
+        for (std::size_t i = 0; i < paths.size(); ++i) {
+            const VekBlockExtent* block = layouts[i].simple ? layouts[i].find(QMVekIO::kTagPoints) : nullptr;
+            if (!block) continue;
+            auto file = std::make_unique<VekRandomAccess>(paths[i]);
+            if (!file->opened()) continue;
+            m_files[i] = File{std::move(file), block->bodyOffset, std::size_t(block->count)};
+        }
     }
-    // The first half's run, then the second's (empty when not split).
-    runs[0] = runs[1] = PointRunBounds();
+
+    // Whether file i is measured here (its points read straight from it).
+    bool measuresFile(std::size_t i) const { return m_files[i].access != nullptr; }
+
+    // Measures every such file; the first one's points go to `first`, when
+    // given. Reports every file's start, measured here or not.
+    void run(QMArray<QMVector3f>* first) {
+        const bool keepFirst = first && !m_files.empty() && measuresFile(0);
+        for (std::size_t i = keepFirst ? 1 : 0; i < m_files.size(); ++i) addPieces(i, false);
+        if (keepFirst) addPieces(0, true);
+        m_runs.resize(m_pieces.size());
+        const auto here = [&] {
+            try {
+                if (keepFirst) {
+                    first->clear();
+                    first->resize(m_files[0].count);
+                    m_kept = first->data();
+                }
+            } catch (...) {
+                m_stop.store(true);
+                announceRoom();
+                throw;
+            }
+            announceRoom();
+            measurePieces(true);
+        };
+        std::size_t points = 0;
+        for (const File& file : m_files) points += file.count;
+        if (points < kItemsWorthASecondThread)
+            here();
+        else
+            runSideBySide(here, [&] { measurePieces(false); });
+        reportFilesUpTo(m_files.size());
+    }
+
+    // Adds file i's runs, in order, to `box`.
+    void addFileTo(std::size_t i, BBox& box) const {
+        for (std::size_t piece : m_piecesOfFile[i]) addPointRun(box, m_runs[piece]);
+    }
+
+private:
+    struct File {
+        std::unique_ptr<VekRandomAccess> access;
+        std::uint64_t bodyOffset = 0;
+        std::size_t count = 0;
+    };
+
+    void addPieces(std::size_t i, bool kept) {
+        const std::size_t count = m_files[i].count;
+        for (std::size_t first = 0; first < count; first += kPointsPerPiece) {
+            m_piecesOfFile[i].push_back(m_pieces.size());
+            m_pieces.push_back(Piece{i, first, std::min(kPointsPerPiece, count - first), kept});
+        }
+    }
+
+    void announceRoom() {
+        m_roomMade.store(true);
+        m_roomMade.notify_all();
+    }
+
+    // Takes pieces until none is left (or a thread failed).
+    void measurePieces(bool reportsProgress) {
+        std::unique_ptr<QMVector3f[]> buffer;
+        try {
+            for (;;) {
+                const std::size_t p = m_next.fetch_add(1);
+                if (p >= m_pieces.size() || m_stop.load()) return;
+                const Piece& piece = m_pieces[p];
+                if (reportsProgress) reportFilesUpTo(piece.file + 1);
+                QMVector3f* points;
+                if (piece.kept) {
+                    m_roomMade.wait(false);
+                    if (m_stop.load()) return;
+                    points = m_kept + piece.first;
+                } else {
+                    if (!buffer) buffer.reset(new QMVector3f[kPointsPerPiece]);
+                    points = buffer.get();
+                }
+                const File& file = m_files[piece.file];
+                file.access->readAt(file.bodyOffset + 12 * std::uint64_t(piece.first), points, 12 * piece.count);
+                m_runs[p] = foldPointRun(points, piece.count, m_finiteOnly);
+            }
+        } catch (...) {
+            m_stop.store(true);
+            throw;
+        }
+    }
+
+    // Reports the start of every file before `end` not reported yet.
+    void reportFilesUpTo(std::size_t end) {
+        for (; m_reported < end; ++m_reported)
+            if (m_progress) m_progress->startMeasuring(m_reported);
+    }
+
+    ProgressReporter* m_progress;
+    const bool m_finiteOnly;
+    std::vector<File> m_files;
+    std::vector<Piece> m_pieces;
+    std::vector<std::vector<std::size_t>> m_piecesOfFile;  // in order
+    std::vector<PointRunBounds> m_runs;                    // by piece
+    QMVector3f* m_kept = nullptr;                          // the first file's array, once made
+    std::atomic<std::size_t> m_next{0};
+    std::atomic<bool> m_roomMade{false};
+    std::atomic<bool> m_stop{false};
+    std::size_t m_reported = 0;  // files whose start was reported (by this thread only)
+};
+
+// The run of points the readers give for a file not measured piecewise.
+void foldReadByTheReaders(const QMString& path, bool finiteOnly, BBox& box) {
+    QMArray<QMVector3f> points;
+    QMVekIO().readVertexBloc(path, points);
+    PointRunBounds runs[2];
     splitInTwo(points.size(), [&](std::size_t first, std::size_t end) {
-        if (direct && end > first)
-            file->readAt(block->bodyOffset + 12 * std::uint64_t(first), &points[first], 12 * (end - first));
         runs[first == 0 ? 0 : 1] = foldPointRun(points.data() + first, end - first, finiteOnly);
     });
-    return direct;
+    addPointRun(box, runs[0]);
+    addPointRun(box, runs[1]);
+}
+
+// The union box of the files' points (the first Points block of each, as
+// the readers read it); the first file's points go to `first` when it is
+// given and the file is read straight. Returns whether they did.
+bool measure(const std::vector<QMString>& paths, const std::vector<VekMeshLayout>& layouts,
+             ProgressReporter* progress, bool finiteOnly, QMArray<QMVector3f>* first, BBox& bounds) {
+    PiecewiseMeasure piecewise(paths, layouts, progress, finiteOnly);
+    piecewise.run(first);
+    for (std::size_t i = 0; i < paths.size(); ++i) {
+        if (piecewise.measuresFile(i))
+            piecewise.addFileTo(i, bounds);
+        else
+            foldReadByTheReaders(paths[i], finiteOnly, bounds);
+    }
+    return first && !paths.empty() && piecewise.measuresFile(0);
 }
 
 }  // namespace
 
 BBox sceneBounds(const std::vector<QMString>& readerPaths, ProgressReporter* progress, bool finiteOnly) {
+    std::vector<VekMeshLayout> layouts;
+    for (const QMString& path : readerPaths) layouts.push_back(locateMeshBlocks(path));
     BBox bounds;
-    QMArray<QMVector3f> points;
-    for (std::size_t i = 0; i < readerPaths.size(); ++i) {
-        if (progress) progress->startMeasuring(i);
-        PointRunBounds runs[2];
-        readAndFold(readerPaths[i], locateMeshBlocks(readerPaths[i]), points, finiteOnly, runs);
-        addPointRun(bounds, runs[0]);
-        addPointRun(bounds, runs[1]);
-    }
+    measure(readerPaths, layouts, progress, finiteOnly, nullptr, bounds);
     return bounds;
 }
 
-// The first file is measured in an array of its own, kept for its export;
-// the others one after the other in a second array, whose storage the export
-// reuses.
+// The first file's points are kept for its export; the others pass through
+// small buffers.
 SceneMeasure measureScene(const std::vector<QMString>& readerPaths, ProgressReporter& progress, bool finiteOnly) {
     SceneMeasure scene;
     for (const QMString& path : readerPaths) {
@@ -63,15 +197,8 @@ SceneMeasure measureScene(const std::vector<QMString>& readerPaths, ProgressRepo
         scene.counts.push_back(blockCountsOf(scene.layouts.back()));
         scene.facesTotal += scene.counts.back().faces;
     }
-    for (std::size_t i = 0; i < readerPaths.size(); ++i) {
-        progress.startMeasuring(i);
-        QMArray<QMVector3f>& points = i == 0 ? scene.firstPoints.points : scene.spare;
-        PointRunBounds runs[2];
-        const bool direct = readAndFold(readerPaths[i], scene.layouts[i], points, finiteOnly, runs);
-        addPointRun(scene.bounds, runs[0]);
-        addPointRun(scene.bounds, runs[1]);
-        if (i == 0) scene.firstPoints.present = direct;
-    }
+    scene.firstPoints.present =
+        measure(readerPaths, scene.layouts, &progress, finiteOnly, &scene.firstPoints.points, scene.bounds);
     if (!scene.firstPoints.present) scene.firstPoints.points = QMArray<QMVector3f>();
     return scene;
 }

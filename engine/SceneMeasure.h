@@ -21,7 +21,8 @@ BBox sceneBounds(const std::vector<QMString>& readerPaths, ProgressReporter* pro
 
 // The first pass of an export: the scene's box, where each file's blocks lie
 // and what they hold, and the points of the first file, kept for its export
-// so that it does not read them again.
+// so that it does not read them again. The other files' points pass through
+// small buffers, on two threads.
 struct SceneMeasure {
     BBox bounds;
     std::vector<VekMeshLayout> layouts;
@@ -30,9 +31,6 @@ struct SceneMeasure {
     // The first file's points as its Points block holds them, when its
     // layout is simple (not yet counted or prepared).
     ReadyPoints firstPoints;
-    // The array the other files were measured in, whose storage the export
-    // reuses.
-    QMArray<QMVector3f> spare;
 };
 
 SceneMeasure measureScene(const std::vector<QMString>& readerPaths, ProgressReporter& progress, bool finiteOnly);
