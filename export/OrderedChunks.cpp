@@ -20,9 +20,12 @@ void resetCounts(ChunkBytes& bytes) {
 
 }  // namespace
 
-// Worker w formats chunks w, w + W, w + 2W, ... of each run into its two
-// slots in turn (chunk c uses slot c mod 2W); the caller takes the slots in
-// chunk order. Between runs the workers wait for the next one.
+// Chunks are claimed in chunk order by whichever thread is free: a worker,
+// or the caller while the chunk it must deliver next is not ready (so that
+// no processor waits while there is formatting to do). Chunk c uses slot
+// c mod S, S = 2 x (workers + 1), and can be claimed once the slot's
+// previous chunk has been delivered; the caller delivers the slots in chunk
+// order. Between runs the workers wait for the next one.
 class ExportWorkers::Pool {
 public:
     explicit Pool(unsigned workers) : m_workers(workers) {}
@@ -38,6 +41,7 @@ public:
         {
             std::lock_guard<std::mutex> lock(m_mutex);
             m_numChunks = numChunks;
+            m_nextToClaim = 0;
             m_format = &format;
             m_failed = false;
             m_error = nullptr;
@@ -51,7 +55,7 @@ public:
         m_changed.notify_all();
         try {
             for (std::size_t chunk = 0; chunk < numChunks; ++chunk) {
-                Slot& slot = waitForChunk(chunk);
+                Slot& slot = formatUntilReady(chunk, format);
                 deliver(slot.bytes);
                 release(slot);
             }
@@ -73,7 +77,8 @@ private:
     struct Slot {
         ChunkBytes bytes;
         std::size_t chunk = kNoChunk;  // the chunk it holds, once formatted
-        bool busy = false;             // between a worker's claim and the delivery
+        std::size_t pending = kNoChunk;  // the chunk claimed for it
+        bool busy = false;             // between a thread's claim and the delivery
     };
 
     void runOnCallingThread(std::size_t numChunks, std::size_t chunkCapacity, const ChunkFormatter& format,
@@ -126,8 +131,9 @@ private:
     // Buffers of at least `capacity` bytes in every slot (the workers are
     // waiting for a run, so nothing uses them).
     void growSlots(std::size_t capacity) {
-        if (m_slots.size() == 2 * std::size_t(m_workers) && m_slotCapacity >= capacity) return;
-        std::vector<Slot> slots(2 * std::size_t(m_workers));
+        const std::size_t count = 2 * (std::size_t(m_workers) + 1);
+        if (m_slots.size() == count && m_slotCapacity >= capacity) return;
+        std::vector<Slot> slots(count);
         for (Slot& slot : slots) slot.bytes.data.reset(new char[capacity]);
         m_slots = std::move(slots);
         m_slotCapacity = capacity;
@@ -140,45 +146,72 @@ private:
             m_changed.wait(lock, [&] { return m_stopping || m_run != runsSeen; });
             if (m_stopping) return;
             runsSeen = m_run;
-            const std::size_t numChunks = m_numChunks;
             const ChunkFormatter& format = *m_format;
-            lock.unlock();
-            formatPart(worker, numChunks, format);
-            lock.lock();
+            for (;;) {
+                m_changed.wait(lock, [&] { return m_failed || allClaimed() || canClaim(); });
+                if (m_failed || allClaimed()) break;
+                Slot& slot = claim();
+                lock.unlock();
+                const bool formatted = formatInto(worker, slot, format);
+                lock.lock();
+                if (formatted) done(slot);
+            }
             ++m_finishedWorkers;
             m_changed.notify_all();
         }
     }
 
-    void formatPart(unsigned worker, std::size_t numChunks, const ChunkFormatter& format) {
+    Slot& slotOf(std::size_t chunk) { return m_slots[chunk % m_slots.size()]; }
+    bool allClaimed() const { return m_nextToClaim >= m_numChunks; }
+    // Whether the next chunk's slot is free (its previous chunk delivered).
+    bool canClaim() { return !allClaimed() && !slotOf(m_nextToClaim).busy; }
+
+    // The next chunk, claimed with the lock held; its slot knows which
+    // (pending) until it is formatted.
+    Slot& claim() {
+        Slot& slot = slotOf(m_nextToClaim);
+        slot.busy = true;
+        slot.pending = m_nextToClaim++;
+        return slot;
+    }
+    // With the lock held: the slot's chunk is ready for delivery.
+    void done(Slot& slot) {
+        slot.chunk = slot.pending;
+        m_changed.notify_all();
+    }
+
+    // Formats the slot's chunk without the lock; a failure stops the run.
+    bool formatInto(unsigned worker, Slot& slot, const ChunkFormatter& format) {
         try {
-            for (std::size_t chunk = worker; chunk < numChunks; chunk += m_workers) {
-                Slot& slot = m_slots[chunk % m_slots.size()];
-                {
-                    std::unique_lock<std::mutex> lock(m_mutex);
-                    m_changed.wait(lock, [&] { return m_failed || !slot.busy; });
-                    if (m_failed) return;
-                    slot.busy = true;
-                }
-                resetCounts(slot.bytes);
-                format(worker, chunk, slot.bytes);
-                {
-                    std::lock_guard<std::mutex> lock(m_mutex);
-                    slot.chunk = chunk;
-                }
-                m_changed.notify_all();
-            }
+            resetCounts(slot.bytes);
+            format(worker, slot.pending, slot.bytes);
+            return true;
         } catch (...) {
             fail(std::current_exception());
+            return false;
         }
     }
 
-    Slot& waitForChunk(std::size_t chunk) {
-        Slot& slot = m_slots[chunk % m_slots.size()];
+    // Waits for `chunk`, formatting the next chunks meanwhile whenever one
+    // can be claimed (with the calling thread's own scratch index, the
+    // worker count). A failure of its own formatting is thrown.
+    Slot& formatUntilReady(std::size_t chunk, const ChunkFormatter& format) {
+        Slot& target = slotOf(chunk);
         std::unique_lock<std::mutex> lock(m_mutex);
-        m_changed.wait(lock, [&] { return m_failed || slot.chunk == chunk; });
-        if (m_failed) throw Stopped();
-        return slot;
+        for (;;) {
+            if (m_failed) throw Stopped();
+            if (target.chunk == chunk) return target;
+            if (canClaim()) {
+                Slot& slot = claim();
+                lock.unlock();
+                resetCounts(slot.bytes);
+                format(m_workers, slot.pending, slot.bytes);
+                lock.lock();
+                done(slot);
+                continue;
+            }
+            m_changed.wait(lock);
+        }
     }
 
     void release(Slot& slot) {
@@ -218,6 +251,7 @@ private:
     bool m_stopping = false;
     std::uint64_t m_run = 0;  // runs started
     std::size_t m_numChunks = 0;
+    std::size_t m_nextToClaim = 0;  // chunks below it are claimed
     const ChunkFormatter* m_format = nullptr;
     unsigned m_finishedWorkers = 0;
     bool m_failed = false;
@@ -238,18 +272,13 @@ void runOrderedChunks(std::size_t numChunks, std::size_t chunkCapacity, unsigned
     ExportWorkers(workers).run(numChunks, chunkCapacity, format, deliver);
 }
 
-namespace {
-
-// With one processor (or none known) a formatting thread would only take
-// turns with the calling one.
-unsigned formattingThreads(unsigned besides) {
+// One processor fewer than there are: the calling thread writes, and formats
+// whenever it would wait, so it keeps the remaining processor busy. More
+// threads than processors would take turns on them, the writer's included.
+// With one processor (or none known) a worker would only take turns with
+// the calling thread.
+unsigned exportWorkerCount() {
     const unsigned processors = std::thread::hardware_concurrency();
     if (processors < 2) return 0;
-    return std::clamp(processors - besides, 1u, 4u);
+    return std::clamp(processors - 1, 1u, 4u);
 }
-
-}  // namespace
-
-unsigned exportWorkerCount() { return formattingThreads(0); }
-
-unsigned exportWorkerCountBesideWriter() { return formattingThreads(1); }

@@ -23,14 +23,15 @@ using ChunkDelivery = std::function<void(const ChunkBytes& bytes)>;
 // chunk's bytes may depend only on the chunk (and the worker's own caches),
 // so the output is the same whatever the number of threads.
 //
-// `workers` is the number of formatting threads; with none, the calling
-// thread formats each chunk before delivering it.
+// `workers` is the number of formatting threads. The calling thread formats
+// too, whenever the chunk it must deliver next is not ready and another can
+// be started; with no worker it formats each chunk before delivering it.
 //
 // `format(worker, chunk, bytes)` writes chunk `chunk` into `bytes.data`
 // (capacity `chunkCapacity`, size and count to be set); `worker` (0 to
-// workers-1, or 0 on the calling thread) lets it use per-thread scratch
-// state. Each worker holds two chunk buffers, so memory stays at
-// 2 x workers x chunkCapacity.
+// workers-1 on the workers, `workers` on the calling thread) lets it use
+// per-thread scratch state. At most 2 x (workers + 1) chunks are held at
+// once, so memory stays at that many times chunkCapacity.
 //
 // The threads and their buffers are kept from one run to the next, for a
 // whole export: starting threads and touching fresh buffers for every mesh
@@ -62,16 +63,10 @@ private:
 void runOrderedChunks(std::size_t numChunks, std::size_t chunkCapacity, unsigned workers,
                       const ChunkFormatter& format, const ChunkDelivery& deliver);
 
-// The number of formatting threads an export uses: the processors available,
-// at most four; none (formatting on the calling thread) with one processor.
+// The number of worker threads an export formats on besides the calling
+// thread: one processor fewer than there are (at most four), none with one
+// processor.
 unsigned exportWorkerCount();
-
-// The same for an export whose writing takes longer than its formatting
-// (binary STL): the calling thread, which writes, keeps a processor to
-// itself, and the others format (one processor fewer, at least one thread
-// with two processors or more). Three threads on two processors would take
-// the writer's processor from it in turns.
-unsigned exportWorkerCountBesideWriter();
 
 // What a range's formatter counts: what it wrote (triangles, ...) and the
 // items it left out.
@@ -93,15 +88,16 @@ struct FormattedRange {
 //
 // `format(scratch, first, end, out, counts)` writes items first to end-1 at
 // `out` (room for (end - first) x maxItemBytes), may add to `counts`, and
-// returns the end of its text; `scratch` is that worker's own Scratch, made
-// once per worker for this call and kept across its ranges.
+// returns the end of its text; `scratch` is the formatting thread's own
+// Scratch, made once per thread (workers and caller) for this call and kept
+// across its ranges.
 // `deliver(const FormattedRange&)` takes each range's bytes. Exceptions as
 // for ExportWorkers::run.
 template <class Scratch, class Format, class Deliver>
 void formatRangesInOrder(ExportWorkers& workers, std::size_t numItems, std::size_t itemsPerRange,
                          std::size_t maxItemBytes, const Format& format, const Deliver& deliver) {
     if (numItems == 0) return;
-    std::vector<Scratch> scratch(std::max(workers.count(), 1u));
+    std::vector<Scratch> scratch(workers.count() + 1);
     const auto rangeFirst = [itemsPerRange](std::size_t chunk) { return chunk * itemsPerRange; };
     const auto rangeEnd = [numItems, itemsPerRange](std::size_t chunk) {
         return std::min(numItems, (chunk + 1) * itemsPerRange);

@@ -189,8 +189,7 @@ void QMSTLExport::writeMesh(const MeshSource& mesh) {
         if (binary) m_numTriangles += static_cast<std::uint32_t>(range.counts.written);
         if (m_progress) m_progress->facesWritten(range.end - range.first);
     };
-    if (!m_workers)
-        m_workers = std::make_unique<ExportWorkers>(binary ? exportWorkerCountBesideWriter() : exportWorkerCount());
+    if (!m_workers) m_workers = std::make_unique<ExportWorkers>(exportWorkerCount());
     formatRangesInOrder<FacetScratch>(*m_workers, numFaces, facesPerRange, maxFaceBytes, formatFaces, writeRange);
 }
 

@@ -337,7 +337,7 @@ void QMVRMLExport::writeLists(const std::vector<LineList>& lists) {
         return ChunkLines{&list, first, std::min(list.numLines, first + kLinesPerChunk)};
     };
     if (!m_workers) m_workers = std::make_unique<ExportWorkers>(exportWorkerCount());
-    std::vector<LineScratch> scratch(m_workers->count());
+    std::vector<LineScratch> scratch(m_workers->count() + 1);  // the workers' and the calling thread's
     std::size_t nextChunk = 0;
     m_workers->run(
         chunks, capacity,

@@ -4,7 +4,9 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <cstring>
+#include <map>
 #include <mutex>
 #include <set>
 #include <stdexcept>
@@ -51,17 +53,25 @@ TEST(OrderedChunks, NoChunksDeliversNothing) {
     EXPECT_EQ(deliveries, 0);
 }
 
-TEST(OrderedChunks, WorkersGetTheirOwnIndexBelowTheWorkerCount) {
-    std::atomic<unsigned> highest{0};
+// Each formatting thread has an index of its own: the workers 0 to
+// workers-1, the calling thread the worker count.
+TEST(OrderedChunks, EachFormattingThreadHasItsOwnIndex) {
+    const std::thread::id caller = std::this_thread::get_id();
+    std::mutex seen;
+    std::map<unsigned, std::set<std::thread::id>> threadsOfIndex;
     runOrderedChunks(
-        100, 8, 3,
+        300, 8, 3,
         [&](unsigned worker, std::size_t, ChunkBytes&) {
-            unsigned seen = highest.load();
-            while (worker > seen && !highest.compare_exchange_weak(seen, worker)) {
-            }
+            std::this_thread::sleep_for(std::chrono::microseconds(200));
+            std::lock_guard<std::mutex> lock(seen);
+            threadsOfIndex[worker].insert(std::this_thread::get_id());
         },
         [](const ChunkBytes&) {});
-    EXPECT_EQ(highest.load(), 2u);
+    for (const auto& [index, threads] : threadsOfIndex) {
+        EXPECT_LE(index, 3u);
+        EXPECT_EQ(threads.size(), 1u) << "index " << index;
+        EXPECT_EQ(*threads.begin() == caller, index == 3u) << "index " << index;
+    }
 }
 
 TEST(OrderedChunks, AFormatFailureReachesTheCallerAfterEveryThreadEnded) {
@@ -108,22 +118,32 @@ TEST(OrderedChunks, NoWorkerFormatsOnTheCallingThread) {
     EXPECT_TRUE(sameThread);
 }
 
-// One worker formats on a thread of its own while the caller delivers: the
-// caller's time goes to delivering (writing) alone.
-TEST(OrderedChunks, OneWorkerFormatsBesideTheCallingThread) {
+// One worker formats on a thread of its own; the calling thread delivers,
+// and formats the chunks it would otherwise wait for.
+TEST(OrderedChunks, TheCallerFormatsWhileItsNextChunkIsNotReady) {
     const std::thread::id caller = std::this_thread::get_id();
-    std::set<std::thread::id> formatters;
+    std::mutex seen;
+    std::set<std::thread::id> workers;
+    std::size_t byCaller = 0;
     std::string text;
     runOrderedChunks(
-        40, 64, 1,
+        200, 64, 1,
         [&](unsigned worker, std::size_t chunk, ChunkBytes& bytes) {
-            formatters.insert(std::this_thread::get_id());  // one thread only: no lock needed
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));  // slower than delivering
+            {
+                std::lock_guard<std::mutex> lock(seen);
+                if (std::this_thread::get_id() == caller)
+                    ++byCaller;
+                else
+                    workers.insert(std::this_thread::get_id());
+            }
             formatNumbered(worker, chunk, bytes);
         },
         [&](const ChunkBytes& bytes) { text.append(bytes.data.get(), bytes.size); });
-    EXPECT_EQ(text, expectedText(40));
-    ASSERT_EQ(formatters.size(), 1u);
-    EXPECT_NE(*formatters.begin(), caller);
+    EXPECT_EQ(text, expectedText(200));
+    EXPECT_EQ(workers.size(), 1u);
+    EXPECT_GT(byCaller, 0u);
+    EXPECT_LT(byCaller, 200u);
 }
 
 TEST(ExportWorkersTest, OneSetOfWorkersServesRunAfterRunOnTheSameThreads) {
@@ -145,7 +165,8 @@ TEST(ExportWorkersTest, OneSetOfWorkersServesRunAfterRunOnTheSameThreads) {
             [&](const ChunkBytes& bytes) { text.append(bytes.data.get(), bytes.size); });
         EXPECT_EQ(text, expectedText(numChunks)) << "run " << run;
     }
-    EXPECT_EQ(threads.size(), 2u);  // the same two threads every run
+    threads.erase(std::this_thread::get_id());  // the caller formats a chunk now and then
+    EXPECT_EQ(threads.size(), 2u);               // the same two workers every run
 }
 
 TEST(ExportWorkersTest, ARunAfterAFailedOneDeliversEverything) {
