@@ -3,9 +3,12 @@
 // The STL writer's facet normals of four triangles at once in SSE2 lanes,
 // for the batched normals and the binary records. Each lane does the IEEE
 // operations of stlFacetNormal in its order: float differences and products,
-// a float square root and a float division per component (what the scalar
-// normalisation compiles to: a float quotient widened to double and rounded
-// back is the float quotient), so every normal has stlFacetNormal's bits.
+// a float square root, and per component a float division. The scalar
+// normalisation divides the two floats widened to double and rounds the
+// quotient to float; double has more than twice float's precision, so that
+// rounding twice gives the correctly rounded float quotient, which is what
+// the float division gives (and what the compiler emits for the scalar code
+// too). So every normal has stlFacetNormal's bits.
 
 #include "export/STLFacetNormal.h"
 
