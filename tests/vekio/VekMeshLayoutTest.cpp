@@ -132,7 +132,9 @@ TEST(VekMeshLayoutTest, EveryTruncatedPrefixIsSimpleOnlyWhereTheReadersSeeNoDama
         const VekMeshLayout layout = layoutOf(prefix);
         for (const VekBlockExtent& block : whole.meshBlocks) {
             const std::uint64_t bodyEnd = block.bodyOffset + std::uint64_t(block.size) - 16;
-            if (length >= block.bodyOffset && length < bodyEnd) EXPECT_FALSE(layout.simple) << length;
+            if (length >= block.bodyOffset && length < bodyEnd) {
+                EXPECT_FALSE(layout.simple) << length;
+            }
         }
         if (!layout.simple) continue;
         ++simplePrefixes;
