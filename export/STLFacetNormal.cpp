@@ -2,6 +2,17 @@
 
 #include "export/STLFacetLanes.h"
 
+QMVector3f stlFacetNormal(const QMVector3f& p0, const QMVector3f& p1, const QMVector3f& p2) {
+    QMVector3f u, w, n;
+    QMVector3f::sub(u, p1, p0);
+    QMVector3f::sub(w, p2, p1);
+    n.x = u.y * w.z - u.z * w.y;
+    n.y = u.z * w.x - u.x * w.z;
+    n.z = u.x * w.y - u.y * w.x;
+    n.normalize();
+    return n;
+}
+
 void stlFacetNormals(const QMVector3f* points, std::size_t numPoints, const TriangleCorners* triangles,
                      std::size_t count, QMVector3f* normals) {
     std::size_t done = 0;

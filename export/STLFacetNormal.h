@@ -6,17 +6,11 @@
 
 // The facet normal of the STL writer: (p1 - p0) x (p2 - p1) in float, then
 // normalised (a zero normal stays zero). The operand order fixes the signs of
-// zero components, which are part of the output.
-inline QMVector3f stlFacetNormal(const QMVector3f& p0, const QMVector3f& p1, const QMVector3f& p2) {
-    QMVector3f u, w, n;
-    QMVector3f::sub(u, p1, p0);
-    QMVector3f::sub(w, p2, p1);
-    n.x = u.y * w.z - u.z * w.y;
-    n.y = u.z * w.x - u.x * w.z;
-    n.z = u.x * w.y - u.y * w.x;
-    n.normalize();
-    return n;
-}
+// zero components, which are part of the output. It is compiled in one place
+// only: which NaN comes out of a NaN input depends on the operand order of a
+// product or sum, which the compiler picks anew wherever code is inlined, so
+// every writer takes a NaN normal from this one definition.
+QMVector3f stlFacetNormal(const QMVector3f& p0, const QMVector3f& p1, const QMVector3f& p2);
 
 // The corners of one triangle, as indices into a point array.
 struct TriangleCorners {
