@@ -263,7 +263,6 @@ void runExport(const ExportPlan& plan, QMSTLExport& exporter, ExportResult& resu
     struct MatrixInUseAfterwards {
         QMSTLExport& exporter;
         ~MatrixInUseAfterwards() { exporter.m_useMatrix = true; }
-
     } matrixInUse{exporter};
     AbandonOnUnwind<QMSTLExport> guard(exporter);
     exporter.setProgress(session.progress());

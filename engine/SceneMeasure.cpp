@@ -34,7 +34,7 @@ class PiecewiseMeasure {
 public:
     PiecewiseMeasure(const std::vector<QMString>& paths, const std::vector<VekMeshLayout>& layouts,
                      ProgressReporter* progress, bool finiteOnly)
-        : m_progress(progress), m_finiteOnly(finiteOnly), m_files(paths.size()), m_piecesOfFile(paths.size()) {
+        : m_progress(progress), m_finiteOnly(finiteOnly), m_files(paths.size()) {
         for (std::size_t i = 0; i < paths.size(); ++i) {
             const VekBlockExtent* block = layouts[i].simple ? layouts[i].find(QMVekIO::kTagPoints) : nullptr;
             if (!block) continue;
@@ -80,7 +80,8 @@ public:
 
     // Adds file i's runs, in order, to `box`.
     void addFileTo(std::size_t i, BBox& box) const {
-        for (std::size_t piece : m_piecesOfFile[i]) addPointRun(box, m_runs[piece]);
+        const File& file = m_files[i];
+        for (std::size_t p = file.firstPiece; p < file.firstPiece + file.pieces; ++p) addPointRun(box, m_runs[p]);
     }
 
 private:
@@ -88,14 +89,15 @@ private:
         std::unique_ptr<VekRandomAccess> access;
         std::uint64_t bodyOffset = 0;
         std::size_t count = 0;
+        std::size_t firstPiece = 0, pieces = 0;  // its pieces, in order, in m_pieces
     };
 
     void addPieces(std::size_t i, bool kept) {
-        const std::size_t count = m_files[i].count;
-        for (std::size_t first = 0; first < count; first += kPointsPerPiece) {
-            m_piecesOfFile[i].push_back(m_pieces.size());
-            m_pieces.push_back(Piece{i, first, std::min(kPointsPerPiece, count - first), kept});
-        }
+        File& file = m_files[i];
+        file.firstPiece = m_pieces.size();
+        for (std::size_t first = 0; first < file.count; first += kPointsPerPiece)
+            m_pieces.push_back(Piece{i, first, std::min(kPointsPerPiece, file.count - first), kept});
+        file.pieces = m_pieces.size() - file.firstPiece;
     }
 
     void announceRoom() {
@@ -141,9 +143,8 @@ private:
     const bool m_finiteOnly;
     std::vector<File> m_files;
     std::vector<Piece> m_pieces;
-    std::vector<std::vector<std::size_t>> m_piecesOfFile;  // in order
-    std::vector<PointRunBounds> m_runs;                    // by piece
-    QMVector3f* m_kept = nullptr;                          // the first file's array, once made
+    std::vector<PointRunBounds> m_runs;  // by piece
+    QMVector3f* m_kept = nullptr;        // the first file's array, once made
     std::atomic<std::size_t> m_next{0};
     std::atomic<bool> m_roomMade{false};
     std::atomic<bool> m_stop{false};

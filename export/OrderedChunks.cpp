@@ -46,10 +46,7 @@ public:
             m_failed = false;
             m_error = nullptr;
             m_finishedWorkers = 0;
-            for (Slot& slot : m_slots) {
-                slot.chunk = kNoChunk;
-                slot.busy = false;
-            }
+            for (Slot& slot : m_slots) slot.chunk = slot.pending = kNoChunk;
             ++m_run;
         }
         m_changed.notify_all();
@@ -76,9 +73,8 @@ public:
 private:
     struct Slot {
         ChunkBytes bytes;
-        std::size_t chunk = kNoChunk;  // the chunk it holds, once formatted
-        std::size_t pending = kNoChunk;  // the chunk claimed for it
-        bool busy = false;             // between a thread's claim and the delivery
+        std::size_t chunk = kNoChunk;    // the chunk it holds, once formatted
+        std::size_t pending = kNoChunk;  // the chunk claimed for it, until delivered
     };
 
     void runOnCallingThread(std::size_t numChunks, std::size_t chunkCapacity, const ChunkFormatter& format,
@@ -164,13 +160,12 @@ private:
     Slot& slotOf(std::size_t chunk) { return m_slots[chunk % m_slots.size()]; }
     bool allClaimed() const { return m_nextToClaim >= m_numChunks; }
     // Whether the next chunk's slot is free (its previous chunk delivered).
-    bool canClaim() { return !allClaimed() && !slotOf(m_nextToClaim).busy; }
+    bool canClaim() { return !allClaimed() && slotOf(m_nextToClaim).pending == kNoChunk; }
 
-    // The next chunk, claimed with the lock held; its slot knows which
-    // (pending) until it is formatted.
+    // The next chunk, claimed with the lock held; its slot keeps it as
+    // pending until it is delivered.
     Slot& claim() {
         Slot& slot = slotOf(m_nextToClaim);
-        slot.busy = true;
         slot.pending = m_nextToClaim++;
         return slot;
     }
@@ -180,11 +175,16 @@ private:
         m_changed.notify_all();
     }
 
-    // Formats the slot's chunk without the lock; a failure stops the run.
+    // Formats the slot's chunk, without the lock.
+    static void formatClaimed(unsigned worker, Slot& slot, const ChunkFormatter& format) {
+        resetCounts(slot.bytes);
+        format(worker, slot.pending, slot.bytes);
+    }
+
+    // formatClaimed on a worker: a failure stops the run.
     bool formatInto(unsigned worker, Slot& slot, const ChunkFormatter& format) {
         try {
-            resetCounts(slot.bytes);
-            format(worker, slot.pending, slot.bytes);
+            formatClaimed(worker, slot, format);
             return true;
         } catch (...) {
             fail(std::current_exception());
@@ -204,8 +204,7 @@ private:
             if (canClaim()) {
                 Slot& slot = claim();
                 lock.unlock();
-                resetCounts(slot.bytes);
-                format(m_workers, slot.pending, slot.bytes);
+                formatClaimed(m_workers, slot, format);
                 lock.lock();
                 done(slot);
                 continue;
@@ -217,8 +216,7 @@ private:
     void release(Slot& slot) {
         {
             std::lock_guard<std::mutex> lock(m_mutex);
-            slot.chunk = kNoChunk;
-            slot.busy = false;
+            slot.chunk = slot.pending = kNoChunk;
         }
         m_changed.notify_all();
     }

@@ -6,10 +6,9 @@
 
 namespace {
 
+// The three floats of `v`, packed as QMVector3f holds them.
 char* appendXYZ(char* out, const QMVector3f& v) {
-    std::memcpy(out, &v.x, 4);
-    std::memcpy(out + 4, &v.y, 4);
-    std::memcpy(out + 8, &v.z, 4);
+    std::memcpy(out, &v, 12);
     return out + 12;
 }
 
